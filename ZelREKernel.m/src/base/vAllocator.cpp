@@ -1,0 +1,7 @@
+#include "ZelREKernel/base/vAllocator.h"
+
+namespace ZKL {
+
+vAllocator::~vAllocator() = default;
+
+}  // namespace ZKL
