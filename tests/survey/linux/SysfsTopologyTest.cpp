@@ -1,0 +1,91 @@
+#include "core/linux/SysfsTopology.h"
+
+#include <gtest/gtest.h>
+#include <sched.h>
+
+#include <fstream>
+#include <sstream>
+
+#include "ZelREKernel/core/vCPUInfos.h"
+
+namespace {
+
+ZKL::ProcessorSet Range(std::size_t first, std::size_t last) {
+    ZKL::ProcessorSet set;
+    for (; first <= last; ++first) {
+        set.set(first);
+    }
+    return set;
+}
+
+TEST(SysfsTopology, CapturedMachines) {
+    const ZKL::ProcessorSet all = Range(0, ZKL::kMaximumProcessors - 1);
+    const struct {
+        const char* what;
+        const char* tree;
+        ZKL::ProcessorSet usable;
+        ZKL::ProcessorTopology expected;  // nodes, cores, processors
+    } cases[] = {
+        // Sixteen processors; both threads of one core and one thread of another are offline, and
+        // core numbers repeat in the second socket.
+        {"whole machine", "sysfs-two-sockets", all, {2, 7, 13}},
+        {"first threads", "sysfs-two-sockets", Range(0, 7), {2, 6, 6}},
+        {"one socket", "sysfs-two-sockets", Range(0, 3) | Range(8, 11), {1, 4, 7}},
+        {"one core", "sysfs-two-sockets", Range(8, 8) | Range(0, 0), {1, 1, 2}},
+        {"second thread alone", "sysfs-two-sockets", Range(12, 12), {1, 1, 1}},
+        {"one processor", "sysfs-one-processor", all, {1, 1, 1}},
+        {"nodes of memory alone, older names", "sysfs-memory-nodes", all, {1, 2, 4}},
+        {"no topology, no nodes", "sysfs-no-topology", all, {1, 4, 4}},
+        {"nothing readable", "sysfs-broken", Range(0, 1), {1, 2, 2}},
+        {"no tree", "sysfs-nowhere", Range(0, 11), {1, 12, 12}},
+    };
+    for (const auto& c : cases) {
+        const ZKL::ProcessorTopology found =
+            ZKL::ReadSysfsTopology(std::string(ZEL_TEST_DATA_DIR "/") + c.tree, c.usable);
+        EXPECT_EQ(found.nodes, c.expected.nodes) << c.what;
+        EXPECT_EQ(found.cores, c.expected.cores) << c.what;
+        EXPECT_EQ(found.processors, c.expected.processors) << c.what;
+    }
+}
+
+TEST(SysfsTopology, LiveSurveyKeepsToWhatTheProcessMayUse) {
+    cpu_set_t before;
+    ASSERT_EQ(sched_getaffinity(0, sizeof before, &before), 0);
+    EXPECT_EQ(ZKL::GetCPUInfos().logicalProcessors, static_cast<unsigned>(CPU_COUNT(&before)));
+
+    cpu_set_t one;
+    CPU_ZERO(&one);
+    CPU_SET(static_cast<std::size_t>(sched_getcpu()), &one);
+    ASSERT_EQ(sched_setaffinity(0, sizeof one, &one), 0);
+    ZKL::ProcessorTopology found;
+    EXPECT_TRUE(ZKL::QueryProcessorTopology(found));
+    ASSERT_EQ(sched_setaffinity(0, sizeof before, &before), 0);
+    EXPECT_EQ(found.nodes, 1u);
+    EXPECT_EQ(found.cores, 1u);
+    EXPECT_EQ(found.processors, 1u);
+}
+
+// The system lists the same features by name.
+TEST(vCPUInfos, FeaturesAgreeWithTheSystemsList) {
+    std::ifstream in("/proc/cpuinfo");
+    std::string flags;
+    while (std::getline(in, flags) && !flags.starts_with("flags")) {
+    }
+    ASSERT_FALSE(flags.empty());
+    const struct {
+        const char* flag;
+        std::uint32_t bit;
+    } names[] = {{"sse", 1},        {"sse2", 2},      {"pni", 4},        {"sse4_1", 8},
+                 {"sse4_2", 16},    {"avx", 32},      {"avx2", 64},      {"avx512cd", 128},
+                 {"avx512er", 256}, {"avx512f", 512}, {"avx512pf", 1024}};
+    std::uint32_t expected = 0;
+    std::istringstream words(flags);
+    for (std::string word; words >> word;) {
+        for (const auto& name : names) {
+            expected |= word == name.flag ? name.bit : 0;
+        }
+    }
+    EXPECT_EQ(ZKL::GetCPUInfos().features, expected);
+}
+
+}  // namespace
