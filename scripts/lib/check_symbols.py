@@ -1,0 +1,82 @@
+#!/usr/bin/env python3
+"""The libraries export what the lists in the tree say, no more and no less.
+
+A symbol that appears or vanishes is a change of the binary interface: --update writes the lists
+anew, and the difference is read in the review.
+"""
+
+import difflib
+import os
+import re
+import subprocess
+import sys
+
+import tree
+
+LISTS = {
+    "libMekHost.so": tree.HOST + "/exported-symbols.txt",
+    "libZelREKernel.so": tree.KERNEL + "/exported-symbols.txt",
+}
+FOREIGN = re.compile(
+    r"^(std|__gnu_cxx|__cxxabiv1|tbb|oneapi|fmt|spdlog|boost|nlohmann|testing|benchmark)::"
+    r"|^operator (new|delete)|^_|^[a-z]\w*$")
+PREFIX = re.compile(
+    r"^(vtable for|VTT for|typeinfo for|typeinfo name for|guard variable for|construction vtable for|"
+    r"non-virtual thunk to|virtual thunk to) ")
+# What the linker itself defines.
+LINKER = {"_init", "_fini", "_edata", "_end", "__bss_start"}
+
+
+def owner(name):
+    """The qualified name without what stands around it: 'void ns::f<int>(int)' -> 'ns::f<int>'."""
+    name = PREFIX.sub("", name)
+    depth, start = 0, 0
+    for index, letter in enumerate(name):
+        if letter == "<":
+            depth += 1
+        elif letter == ">":
+            depth -= 1
+        elif letter == " " and depth == 0 and "operator" not in name[start:index]:
+            start = index + 1
+        elif letter == "(" and depth == 0 and index > start:
+            return name[start:index]
+    return name[start:]
+
+
+def exported(library):
+    """(ours, strong symbols that are not ours) of a library's dynamic table."""
+    listing = subprocess.run(
+        ["nm", "--dynamic", "--defined-only", "--demangle", "--format=bsd", library], check=True,
+        capture_output=True, text=True).stdout
+    ours, strangers = set(), set()
+    for line in listing.splitlines():
+        _, kind, name = line.split(" ", 2)
+        name = name.split("@@")[0]
+        if name in LINKER:
+            continue
+        if not FOREIGN.search(owner(name)):
+            ours.add(name)
+        elif kind not in "VWvwu":
+            strangers.add(name)
+    return sorted(ours), sorted(strangers)
+
+
+def main():
+    update = "--update" in sys.argv[1:]
+    problems = []
+    for library, path in LISTS.items():
+        ours, strangers = exported(os.path.join(tree.ROOT, "build/dev/bin", library))
+        problems += [f"{library} exports {name}, which is not ours" for name in strangers]
+        full = os.path.join(tree.ROOT, path)
+        if update:
+            with open(full, "w", encoding="utf-8") as file:
+                file.writelines(name + "\n" for name in ours)
+            print(f"{path}: {len(ours)} symbols")
+            continue
+        listed = open(full, encoding="utf-8").read().splitlines() if os.path.exists(full) else []
+        problems += difflib.unified_diff(listed, ours, path, library, lineterm="", n=0)
+    tree.finish(problems)
+
+
+if __name__ == "__main__":
+    main()
