@@ -1,0 +1,102 @@
+#include "MekHost/system/MekThreads.h"
+
+#include <atomic>
+
+#include "MekHost/MekStatus.h"
+#include "MekHost/assertion/MekCheck.h"
+#include "common/NativeThread.h"
+
+struct MekThreads::Native {
+    static void Main(void* self) noexcept;
+    bool IsThisThread() const;
+
+    mek::ThreadSettings settings;
+    void* argument = nullptr;
+    std::uintptr_t handle = 0;
+    bool isStarted = false;     // and not joined
+    std::int32_t returned = 0;  // by Run(), the thread's own until it is joined
+    std::int32_t exitCode = 0;
+};
+
+namespace {
+
+// The object whose thread this is. Kept here because a thread may ask before the system has told
+// its creator the handle.
+thread_local constinit const void* t_self = nullptr;
+
+}  // namespace
+
+// Out of Run() no exception can go on: noexcept ends the process.
+void MekThreads::Native::Main(void* self) noexcept {
+    auto* const thread = static_cast<MekThreads*>(self);
+    Native* const native = thread->native_;
+    t_self = native;
+    const std::int32_t returned = thread->Run();
+    // A thread object that was deleted by its own thread cleared the mark.
+    if (t_self) {
+        native->returned = returned;
+        t_self = nullptr;
+    }
+}
+
+bool MekThreads::Native::IsThisThread() const {
+    return t_self == this;
+}
+
+MekThreads::MekThreads(const char* name, void* argument, int processor, std::size_t stackBytes,
+                       int /*flags*/)
+    : native_(new Native) {
+    native_->settings = {name ? name : "", processor, stackBytes};
+    native_->argument = argument;
+}
+
+MekThreads::~MekThreads() {
+    if (native_->isStarted) {
+        CheckFailure__("a MekThreads is destroyed before it was joined", __FILE__, __LINE__);
+        if (native_->IsThisThread()) {
+            mek::DetachThread(native_->handle);
+            t_self = nullptr;
+        } else {
+            Join();
+        }
+    }
+    delete native_;
+}
+
+std::int32_t MekThreads::Start(int flags) {
+    if (native_->isStarted || flags != 0) {
+        return kMekInvalidParameter;
+    }
+    native_->exitCode = 0;
+    native_->isStarted = true;  // before the thread can look
+    const std::int32_t status =
+        mek::StartThread(native_->settings, &Native::Main, this, &native_->handle);
+    if (status != kMekOk) {
+        native_->isStarted = false;
+    }
+    return status;
+}
+
+std::int32_t MekThreads::Join() {
+    if (native_->IsThisThread()) {
+        return kMekInvalidParameter;
+    }
+    if (native_->isStarted) {
+        mek::JoinThread(native_->handle);
+        native_->isStarted = false;
+        native_->exitCode = native_->returned;
+    }
+    return kMekOk;
+}
+
+bool MekThreads::IsJoinable() const {
+    return native_->isStarted;
+}
+
+std::int32_t MekThreads::GetExitCode() const {
+    return native_->exitCode;
+}
+
+void* MekThreads::Argument() const {
+    return native_->argument;
+}

@@ -1,0 +1,116 @@
+#include <MekHost/MekStatus.h>
+#include <MekHost/system/MekEvent.h>
+#include <MekHost/system/RudSysJob.h>
+#include <MekHost/system/RudSysSemaphore.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <climits>
+#include <memory>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using Semaphore = std::unique_ptr<RudSysSemaphore>;
+
+Semaphore Make(int maximum, int initial) {
+    return Semaphore(RudSysSemaphore::RudSysCreateSemaphore(maximum, initial, 0));
+}
+
+TEST(RudSysSemaphore, RefusesCountsThatDoNotFit) {
+    constexpr int kBad[][2] = {{0, 0}, {-1, -1}, {1, 2}, {1, -1}, {INT_MAX, INT_MIN}};
+    for (const auto& [maximum, initial] : kBad) {
+        EXPECT_EQ(Make(maximum, initial), nullptr) << maximum << ", " << initial;
+    }
+    const Semaphore semaphore = Make(INT_MAX, INT_MAX - 1);
+    ASSERT_NE(semaphore, nullptr);
+    EXPECT_EQ(semaphore->Wait(-2), kMekInvalidParameter);
+    EXPECT_EQ(semaphore->Post(0), kMekInvalidParameter);
+    EXPECT_EQ(semaphore->Post(-1), kMekInvalidParameter);
+    EXPECT_EQ(semaphore->Post(2), kMekTooManyPosts);
+    EXPECT_EQ(semaphore->Post(1), kMekOk);
+    EXPECT_EQ(semaphore->Post(INT_MAX), kMekTooManyPosts);
+}
+
+TEST(RudSysSemaphore, CountsPermits) {
+    const Semaphore semaphore = Make(3, 1);
+    EXPECT_EQ(semaphore->Wait(0), kMekOk);
+    EXPECT_EQ(semaphore->Wait(0), kMekTimeout);
+    EXPECT_EQ(semaphore->Wait(1), kMekTimeout);
+    EXPECT_EQ(semaphore->Post(3), kMekOk);
+    for (const int timeout : {0, 1, -1}) {
+        EXPECT_EQ(semaphore->Wait(timeout), kMekOk);
+    }
+    EXPECT_EQ(semaphore->Wait(0), kMekTimeout);
+}
+
+// Producers post in ones and threes, consumers wait with and without time-outs: every permit is
+// taken exactly once, and a lost wake-up hangs the test.
+TEST(RudSysSemaphore, LosesNoPermitBetweenThreads) {
+    for (const int threads : {1, 2, 8, 64}) {
+        const int perThread = 3000 / threads * 3;
+        const Semaphore semaphore = Make(INT_MAX, 0);
+        std::atomic<int> taken{0};
+        std::vector<std::thread> all;
+        for (int i = 0; i < threads; ++i) {
+            all.emplace_back([&, i] {
+                for (int got = 0; got < perThread;) {
+                    const std::int32_t status = semaphore->Wait(i % 2 ? 1 : -1);
+                    ASSERT_TRUE(status == kMekOk || (i % 2 && status == kMekTimeout));
+                    got += status == kMekOk;
+                    taken += status == kMekOk;
+                }
+            });
+            all.emplace_back([&, i] {
+                const int step = i % 2 ? 1 : 3;
+                for (int posted = 0; posted < perThread; posted += step) {
+                    EXPECT_EQ(semaphore->Post(step), kMekOk);
+                }
+            });
+        }
+        for (std::thread& thread : all) {
+            thread.join();
+        }
+        EXPECT_EQ(taken, threads * perThread);
+        EXPECT_EQ(semaphore->Wait(0), kMekTimeout);
+    }
+}
+
+class CountedJob : public RudSysJob {
+public:
+    explicit CountedJob(std::atomic<int>* alive) : alive_(alive) { ++*alive_; }
+
+private:
+    ~CountedJob() override { --*alive_; }
+    std::int32_t Execute() override { return ++runs_; }
+
+    std::atomic<int>* alive_;
+    int runs_ = 40;
+};
+
+TEST(RudSysJob, DiesWithItsLastReferenceOnWhateverThread) {
+    for (const int threads : {1, 2, 8, 64}) {
+        std::atomic<int> alive{0};
+        auto* const job = new CountedJob(&alive);
+        const std::unique_ptr<MekEvent> done(CreateMekEvent(0));
+        EXPECT_EQ(job->GetWaitingEvent(), nullptr);
+        job->SetWaitingEvent(done.get());
+        EXPECT_EQ(job->GetWaitingEvent(), done.get());
+        EXPECT_EQ(job->CallExecute(), 41);
+        EXPECT_EQ(job->CallExecute(), 42);
+        std::vector<std::thread> holders;
+        for (int i = 0; i < threads; ++i) {
+            job->AddReferenceJob();
+            holders.emplace_back([job] { job->ReleaseReferenceJob(); });
+        }
+        EXPECT_EQ(alive, 1);
+        job->ReleaseReferenceJob();
+        for (std::thread& holder : holders) {
+            holder.join();
+        }
+        EXPECT_EQ(alive, 0);
+    }
+}
+
+}  // namespace
