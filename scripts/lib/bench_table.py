@@ -48,14 +48,19 @@ def readable(nanoseconds):
 
 
 def read(path, rows):
-    """Adds the medians of one file to rows: (group, work, size) -> {contender: (ns, counters)}"""
+    """Adds the medians of one file to rows: (group, work, size) -> {contender: (ns, counters)}
+
+    They come in the order in which the benchmarks were declared, whatever the order of the runs.
+    """
     group = os.path.splitext(os.path.basename(path))[0]
     with open(path, encoding="utf-8") as file:
         content = file.read()
     if not content.strip():
         return None
     document = json.loads(content)
-    for entry in document["benchmarks"]:
+    declared = sorted(document["benchmarks"], key=lambda entry: (
+        entry["family_index"], entry["per_family_instance_index"]))
+    for entry in declared:
         if entry.get("error_occurred"):
             sys.exit(f"{path}: {entry['name']}: {entry.get('error_message')}")
         if entry["run_type"] == "aggregate" and entry["aggregate_name"] != "median":
