@@ -23,6 +23,9 @@ FOREIGN = re.compile(
 PREFIX = re.compile(
     r"^(vtable for|VTT for|typeinfo for|typeinfo name for|guard variable for|construction vtable for|"
     r"non-virtual thunk to|virtual thunk to) ")
+# The same type as everyone writes it.
+STRING = re.compile(
+    r"std::(?:__cxx11::)?basic_string<char, std::char_traits<char>, std::allocator<char> >")
 # What the linker itself defines.
 LINKER = {"_init", "_fini", "_edata", "_end", "__bss_start"}
 
@@ -51,7 +54,7 @@ def exported(library):
     ours, strangers = set(), set()
     for line in listing.splitlines():
         _, kind, name = line.split(" ", 2)
-        name = name.split("@@")[0]
+        name = STRING.sub("std::string", name.split("@@")[0])
         if name in LINKER:
             continue
         if not FOREIGN.search(owner(name)):
