@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The libraries export what the lists in the tree say, no more and no less.
+"""The libraries export what the lists in the tree say, and nothing keeps them from unloading.
 
 A symbol that appears or vanishes is a change of the binary interface: --update writes the lists
 anew, and the difference is read in the review.
@@ -46,14 +46,30 @@ def owner(name):
     return name[start:]
 
 
+def dynamic_table(library, *options):
+    """(kind, name as linked) of the dynamic symbols of a library."""
+    listing = subprocess.run(
+        ["nm", "--dynamic", "--format=posix", *options, library], check=True, capture_output=True,
+        text=True).stdout
+    for line in listing.splitlines():
+        # A demangled name has spaces of its own; kind, value and size end the line.
+        match = re.match(r"(.*?) ([A-Za-z])(?: [0-9a-f]*)*\s*$", line)
+        yield match.group(2), match.group(1)
+
+
+def pins(library):
+    """What keeps a library in the process after its last dlclose."""
+    for kind, name in dynamic_table(library):
+        if kind == "u":
+            yield f"the unique symbol {name}"
+        if name.startswith("__cxa_thread_atexit"):
+            yield "a thread_local with a destructor"
+
+
 def exported(library):
     """(ours, strong symbols that are not ours) of a library's dynamic table."""
-    listing = subprocess.run(
-        ["nm", "--dynamic", "--defined-only", "--demangle", "--format=bsd", library], check=True,
-        capture_output=True, text=True).stdout
     ours, strangers = set(), set()
-    for line in listing.splitlines():
-        _, kind, name = line.split(" ", 2)
+    for kind, name in dynamic_table(library, "--defined-only", "--demangle"):
         name = STRING.sub("std::string", name.split("@@")[0])
         if name in LINKER:
             continue
@@ -68,7 +84,9 @@ def main():
     update = "--update" in sys.argv[1:]
     problems = []
     for library, path in LISTS.items():
-        ours, strangers = exported(os.path.join(tree.ROOT, "build/dev/bin", library))
+        built = os.path.join(tree.ROOT, "build/dev/bin", library)
+        ours, strangers = exported(built)
+        problems += [f"{library} cannot be unloaded: {reason}" for reason in pins(built)]
         problems += [f"{library} exports {name}, which is not ours" for name in strangers]
         full = os.path.join(tree.ROOT, path)
         if update:
