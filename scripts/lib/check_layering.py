@@ -36,6 +36,9 @@ def check_floors(problems):
     for path in tree.sources():
         if path in tree.UMBRELLA.values():
             continue
+        if path.startswith(tree.KERNEL) and kernel_group(path) not in FLOOR_OF:
+            problems.append(f"{path}: its folder has no floor")
+            continue
         for number, name in tree.includes(path):
             target = tree.resolve(path, name)
             where = f"{path}:{number}: "
@@ -50,9 +53,6 @@ def check_floors(problems):
 
 def check_kernel_include(path, target, where, problems):
     group = kernel_group(path)
-    if group not in FLOOR_OF:
-        problems.append(f"{path}: the folder {group} has no floor")
-        return
     if target is None:
         return
     if target.startswith(tree.HOST):
