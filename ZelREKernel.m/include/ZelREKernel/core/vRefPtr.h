@@ -1,0 +1,65 @@
+#pragma once
+
+// A strong pointer to an object that counts its own references by AddRef() and Release().
+//
+// One vRefPtr is used by one thread at a time; different ones to the same object by any threads.
+
+#include <concepts>
+#include <cstddef>
+#include <utility>
+
+namespace ZKL {
+
+template <class T>
+class vRefPtr {
+public:
+    constexpr vRefPtr() noexcept = default;
+    constexpr vRefPtr(std::nullptr_t) noexcept {}
+    // Takes a reference of its own.
+    explicit vRefPtr(T* object) noexcept : object_(object) { _AddRef(); }
+    vRefPtr(const vRefPtr& other) noexcept : vRefPtr(other.object_) {}
+    vRefPtr(vRefPtr&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
+    template <class U>
+    requires std::convertible_to<U*, T*> vRefPtr(const vRefPtr<U>& other)
+    noexcept : vRefPtr(other.object_) {}
+    template <class U>
+    requires std::convertible_to<U*, T*> vRefPtr(vRefPtr<U>&& other)
+    noexcept : object_(std::exchange(other.object_, nullptr)) {}
+    ~vRefPtr() {
+        if (object_) {
+            object_->Release();
+        }
+    }
+
+    // The parameter is the copy or the move; the old reference goes with it, after the exchange.
+    vRefPtr& operator=(vRefPtr other) noexcept {
+        swap(*this, other);
+        return *this;
+    }
+    void Reset(T* object = nullptr) noexcept { *this = vRefPtr(object); }
+    friend void swap(vRefPtr& a, vRefPtr& b) noexcept { std::swap(a.object_, b.object_); }
+
+    T* Get() const noexcept { return object_; }
+    T* operator->() const noexcept { return object_; }
+    T& operator*() const noexcept { return *object_; }
+    explicit operator bool() const noexcept { return object_ != nullptr; }
+    template <class U>
+    bool operator==(const vRefPtr<U>& other) const noexcept {
+        return object_ == other.object_;
+    }
+    bool operator==(std::nullptr_t) const noexcept { return object_ == nullptr; }
+
+private:
+    template <class>
+    friend class vRefPtr;
+
+    void _AddRef() const noexcept {
+        if (object_) {
+            object_->AddRef();
+        }
+    }
+
+    T* object_ = nullptr;
+};
+
+}  // namespace ZKL
