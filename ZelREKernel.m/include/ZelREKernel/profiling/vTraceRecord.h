@@ -1,0 +1,42 @@
+#pragma once
+
+// One event of the profiler, as it is kept until it is written: fixed in size, so that recording is
+// a store into a slot and never an allocation.
+//
+// A plain value: whoever owns it says which thread may touch it.
+
+#include <cstdint>
+
+namespace ZKL {
+
+struct vTraceRecord {
+    // No category, no argument name, no flow; also the handle of no name.
+    static constexpr std::uint32_t kNone = 0xFFFFFFFFu;
+
+    enum EArgKind : std::uint32_t {
+        eArgText = 0,
+        eArgNumber = 1,
+        // Any other value means no argument as well.
+        eArgNone = 2
+    };
+
+    union Value {
+        const char* text;  // zero-terminated; not owned, must live until the record is written
+        std::uint32_t number;
+    };
+
+    std::uint32_t categoryId = kNone;
+    std::uint32_t nameId = kNone;
+    std::uint32_t argNameId = kNone;
+    Value value = {nullptr};
+    std::int64_t timestamp = 0;  // whole microseconds
+    std::uint32_t pid = 0;
+    std::uint32_t tid = 0;  // the profiler's own index of the thread
+    std::uint32_t flowId = kNone;
+    std::uint32_t argKind = eArgNone;
+    char phase = 'i';
+};
+
+static_assert(sizeof(vTraceRecord) == 56);
+
+}  // namespace ZKL
