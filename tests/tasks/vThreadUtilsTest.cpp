@@ -1,19 +1,15 @@
 #include "ZelREKernel/tasks/vThreadUtils.h"
 
-#include <MekHost/assertion/MekCheck.h>
 #include <gtest/gtest.h>
 
-#include <string>
+#include "support/ScopedCheckHandler.h"
 
 namespace {
 
 TEST(vThreadUtils, NullNameIsAMisuse) {
-    static std::string reported;
-    const MekCheckHandler previous =
-        MekSetCheckHandler([](const char* expression, const char*, int) { reported = expression; });
+    const test::ScopedCheckHandler checks;
     vThreadUtils::SetThreadName(nullptr);
-    MekSetCheckHandler(previous);
-    EXPECT_EQ(reported, "name");
+    EXPECT_EQ(checks.Expressions(), std::vector<std::string>{"name"});
 }
 
 }  // namespace

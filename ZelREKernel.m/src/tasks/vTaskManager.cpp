@@ -1,0 +1,110 @@
+#include "ZelREKernel/tasks/vTaskManager.h"
+
+#include <MekHost/assertion/MekCheck.h>
+#include <oneapi/tbb/task.h>
+
+#include <exception>
+
+#include "ZelREKernel/core/vCPUInfos.h"
+#include "ZelREKernel/tasks/vThreadPoolManager.h"
+
+namespace {
+
+tbb::task_arena& Arena() {
+    return ZKL::vThreadPoolManager::GetTBBThreadPool(0);
+}
+
+bool IsSlot(EAsyncTaskID id) {
+    if (id < vTaskManager::kSlots) {
+        return true;
+    }
+    Check_TRUE_Failed__("id < vTaskManager::kSlots", __FILE__, __LINE__);
+    return false;
+}
+
+}  // namespace
+
+constinit vTaskManager* vTaskManager::s_pInstance = nullptr;
+
+struct vTaskManager::Unloader {
+    ~Unloader() { DestroyInstance(); }
+};
+
+bool vTaskManager::CreateInstance() {
+    // The arena is made first, so that at unload it is still there when the slots are waited for.
+    Arena();
+    static const Unloader s_unloader;
+    if (!s_pInstance) {
+        s_pInstance = new vTaskManager;
+    }
+    return true;
+}
+
+bool vTaskManager::DestroyInstance() {
+    delete std::exchange(s_pInstance, nullptr);
+    return true;
+}
+
+vTaskManager* vTaskManager::GetInstance() {
+    return s_pInstance;
+}
+
+vTaskManager::~vTaskManager() {
+    for (std::optional<Slot>& slot : slots_) {
+        try {
+            _Join(slot);
+        } catch (const std::exception& error) {
+        } catch (...) {
+        }
+    }
+}
+
+void vTaskManager::WaitTask(EAsyncTaskID id, unsigned int flowId) {
+    static_cast<void>(flowId);
+    if (IsSlot(id)) {
+        _Join(slots_[id]);
+    }
+}
+
+tbb::task_group* vTaskManager::_Engage(EAsyncTaskID id) {
+    if (!IsSlot(id)) {
+        return nullptr;
+    }
+    std::optional<Slot>& slot = slots_[id];
+    return slot ? &slot->group : &slot.emplace().group;
+}
+
+void vTaskManager::_Launch(tbb::task_group& group, tbb::task_handle&& work) {
+    // A thread that waits inside a task takes no enqueued work, so from there it is spawned, for
+    // the thread itself to find. Elsewhere it is enqueued: that never waits for a place in the
+    // arena, and brings a thread even on a machine of one processor.
+    if (tbb::task::current_context()) {
+        Arena().execute([&] { group.run(std::move(work)); });
+    } else {
+        Arena().enqueue(std::move(work));
+    }
+}
+
+void vTaskManager::_Join(std::optional<Slot>& slot) {
+    if (!slot) {
+        return;
+    }
+    const struct Emptied {
+        std::optional<Slot>& slot;
+        ~Emptied() { slot.reset(); }
+    } emptied{slot};
+    // oneTBB's wait also reads whether the group was cancelled and resets its context.
+    Arena().execute([&] { slot->group.wait(); });
+}
+
+unsigned int vTaskManager::GetNbCore() {
+    return ZKL::GetCPUInfos().cores;
+}
+
+unsigned int vTaskManager::GetNbLogicalCore() {
+    return ZKL::GetCPUInfos().logicalProcessors;
+}
+
+unsigned int vTaskManager::GetThreadPoolSize() {
+    return GetNbLogicalCore();
+}

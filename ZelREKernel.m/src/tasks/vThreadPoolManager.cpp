@@ -1,0 +1,45 @@
+#include "ZelREKernel/tasks/vThreadPoolManager.h"
+
+#include <oneapi/tbb/global_control.h>
+#include <oneapi/tbb/version.h>
+
+#include "ZelREKernel/core/vCPUInfos.h"
+#include "tasks/NativeLibrary.h"
+
+namespace ZKL {
+namespace {
+
+constexpr unsigned int kReservedSlots = 1;
+
+int MaximumConcurrency() {
+    const auto cores = static_cast<int>(GetCPUInfos().cores);
+    return cores > 0 ? cores : tbb::task_arena::automatic;
+}
+
+struct Arena {
+    // A thread that ever entered an arena runs a clean-up of oneTBB's when it ends, which may be
+    // after this library, and with it the last user of oneTBB, is unloaded.
+    Arena() { KeepLibraryLoaded(reinterpret_cast<const void*>(&TBB_runtime_interface_version)); }
+    // oneTBB's own threads leave an arena when they get to it. Waiting for them keeps them from
+    // returning through code that is no longer there.
+    ~Arena() {
+        arena.terminate();
+        tbb::finalize(scheduler, std::nothrow);
+    }
+
+    tbb::task_scheduler_handle scheduler{tbb::attach{}};
+    tbb::task_arena arena{MaximumConcurrency(), kReservedSlots, tbb::task_arena::priority::normal};
+};
+
+}  // namespace
+
+tbb::task_arena& vThreadPoolManager::GetTBBThreadPool(unsigned int) {
+    static Arena s_arena;
+    return s_arena.arena;
+}
+
+void vThreadPoolManager::DestroyThreadPool() {
+    GetTBBThreadPool(0).terminate();
+}
+
+}  // namespace ZKL
