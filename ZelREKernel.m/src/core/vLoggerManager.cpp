@@ -1,0 +1,111 @@
+#include "ZelREKernel/core/vLoggerManager.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+#include <string>
+
+#include "MekHost/MekStatus.h"
+#include "MekHost/process/MekEnvironment.h"
+#include "core/LogFlusher.h"
+#include "core/PipeliningLogger.h"
+
+namespace ZKL {
+namespace {
+
+// What one channel starts with; no output when `output` is null.
+struct Channel {
+    const char* output;
+    vLogger::FLogMode mode;
+    vLogger::FLogLevel level;
+    bool async;
+    bool enabled;
+    bool decorated;
+};
+
+char ToUpper(char c) {
+    return static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+}
+
+// "0" to "5" or a level's name in any case; other digits and single letters stand for the highest
+// level, everything else for the lowest.
+vLogger::FLogLevel ParseLevel(std::string text) {
+    if (text.size() == 1 && std::isalnum(static_cast<unsigned char>(text[0]))) {
+        const int number = text[0] - '0';
+        return number <= vLogger::eRelease ? static_cast<vLogger::FLogLevel>(number)
+                                           : vLogger::eRelease;
+    }
+    std::transform(text.begin(), text.end(), text.begin(), &ToUpper);
+    for (std::int32_t value = vLogger::eDebug; value <= vLogger::eRelease; ++value) {
+        const auto level = static_cast<vLogger::FLogLevel>(value);
+        if (text == vLogger::ConvertLogLevelToString(level)) {
+            return level;
+        }
+    }
+    return vLogger::eDebug;
+}
+
+vLogger::FLogLevel ReadDefaultLevel() {
+    std::string text;
+    MekGetEnv("ZKLDefaultLogLevel", &text);
+    return ParseLevel(text);
+}
+
+bool IsPipeliningWanted() {
+    std::string value;
+    return MekGetEnv("LOG_PIPELINING", &value) == kMekOk;
+}
+
+}  // namespace
+
+// Other static objects of this library may log while they are built or destroyed.
+[[gnu::init_priority(102)]] vLoggerManager vLoggerManager::s_manager;
+
+vLoggerManager& vLoggerManager::GetInstance() {
+    return s_manager;
+}
+
+vLoggerManager::vLoggerManager() {
+    constexpr auto kEach = vLogger::eFlushEachMessage;
+    constexpr auto kRequest = vLogger::eFlushOnRequest;
+    const bool pipelining = IsPipeliningWanted();
+    const Channel channels[kChannels] = {
+        // output, mode, level, async, enabled, decorated
+        {"stdout", kEach, ReadDefaultLevel(), true, true, true},
+        {nullptr, kEach, vLogger::eDebug, true, false, true},
+        {nullptr, kRequest, vLogger::eProfiling, true, false, false},
+        {"stdout", kEach, vLogger::eDebug, true, true, true},
+        {"abendTrace", kEach, vLogger::eDebug, false, true, false},
+        {"stdout", kEach, vLogger::eDebug, true, true, true},
+        {"stdout", kEach, vLogger::eDebug, true, pipelining, false}};
+    for (std::size_t type = 0; type < kChannels; ++type) {
+        const Channel& channel = channels[type];
+        vLoggerOutput* const output =
+            channel.output ? vLoggerOutput::Create(channel.output) : nullptr;
+        std::unique_ptr<vLogger>& logger = loggers_[type];
+        if (type == ePipelining) {
+            logger = std::make_unique<PipeliningLogger>(output, channel.mode, channel.level,
+                                                        channel.async);
+        } else {
+            logger = std::make_unique<vLogger>(output, channel.mode, channel.level, channel.async);
+        }
+        logger->outputName_ = channel.output ? channel.output : "";
+        logger->decorated_ = channel.decorated;
+        logger->enabled_.store(channel.enabled, std::memory_order_relaxed);
+    }
+}
+
+vLoggerManager::~vLoggerManager() {
+    // A host that never stopped the flusher would otherwise leave its thread in unloaded code.
+    LogFlusher::Stop();
+}
+
+vLogger& vLoggerManager::GetLogger(Type type) {
+    if (type < eDefault || type > ePipelining) {
+        std::fprintf(stderr, "Invalid logger type asked for: %d\n", static_cast<int>(type));
+        return *loggers_[eDefault];
+    }
+    return *loggers_[static_cast<std::size_t>(type)];
+}
+
+}  // namespace ZKL
