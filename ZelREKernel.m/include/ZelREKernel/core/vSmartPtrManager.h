@@ -16,10 +16,10 @@ namespace ZKL {
 
 class ZELREKERNEL_EXPORT vSmartPtrManager {
 public:
-    static constexpr std::uint32_t kLinksPerBlock = 256;
+    static constexpr std::size_t kLinksPerBlock = 256;
 
     // With `linksPerBlock` 0 there is no pooling: every link is a block of the heap by itself.
-    explicit constexpr vSmartPtrManager(std::uint32_t linksPerBlock = kLinksPerBlock) noexcept
+    explicit constexpr vSmartPtrManager(std::size_t linksPerBlock = kLinksPerBlock) noexcept
         : linksPerBlock_(linksPerBlock), blockSize_(_BlockSize(linksPerBlock)) {}
     vSmartPtrManager(const vSmartPtrManager&) = delete;
     // Frees the blocks, the links in use among them. Links without pooling are their users' to
@@ -64,7 +64,7 @@ private:
 
     std::uint32_t blockCount_ = 0;
     vSmartPtrLink* free_ = nullptr;  // chained through each link's first word
-    std::uint32_t linksPerBlock_;
+    std::size_t linksPerBlock_;
     std::size_t blockSize_;
     Block* spare_ = nullptr;
     Block* used_ = nullptr;  // the current one included
