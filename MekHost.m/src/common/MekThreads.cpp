@@ -64,7 +64,7 @@ MekThreads::~MekThreads() {
 }
 
 std::int32_t MekThreads::Start(int flags) {
-    if (native_->isStarted || flags != 0) {
+    if (native_->isStarted || flags != 0 || native_->settings.processor < -1) {
         return kMekInvalidParameter;
     }
     native_->exitCode = 0;

@@ -15,7 +15,8 @@
 namespace mek {
 namespace {
 
-constexpr std::size_t kNameBytes = 15;  // what the kernel keeps of a thread's name
+constexpr std::size_t kNameBytes = 15;          // what the kernel keeps of a thread's name
+constexpr std::size_t kMostProcessors = 65536;  // more than any kernel is built for
 
 struct Start {
     std::string name;
@@ -57,6 +58,10 @@ public:
                  : pthread_attr_setstacksize(&native_, (bytes + page - 1) / page * page));
     }
     void SetProcessor(std::size_t processor) {
+        if (processor >= kMostProcessors) {
+            Note(EINVAL);
+            return;
+        }
         // The set is as large as the number asks for, since a machine may have more than the 1,024
         // processors of a plain cpu_set_t.
         const std::size_t count = std::max<std::size_t>(processor + 1, CPU_SETSIZE);

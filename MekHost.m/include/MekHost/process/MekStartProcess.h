@@ -15,6 +15,8 @@
 // program), 7 (arguments too long), 8 (not an executable), 12 (no memory), 22 (a null path or
 // argument array), or what else the system said. A program that is not permitted to be executed is
 // reported as 8. Returns kMekOk when the program was started, else kMekInvalidParameter or
-// kMekFailed. A child that is not waited for leaves no zombie behind. Safe from any thread.
+// kMekFailed. A child that is not waited for is no child of this process and leaves no zombie
+// behind. The exit code arrives even when the host ignores the end of its children or handles it;
+// signals for the waiting thread are then held back until the child has ended. Safe from any thread.
 MEKHOST_EXPORT std::int32_t MekStartProcess(const char* path, const char* const* arguments,
                                             bool wait, int& result, int& error);

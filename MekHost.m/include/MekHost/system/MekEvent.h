@@ -19,7 +19,8 @@ public:
     // Signals the event. `reason` is kept for whoever debugs a wait; the last signal's is the one
     // that Reason() returns.
     virtual std::int32_t Signal(int reason) = 0;
-    // Takes the signal back. Waiters already let through are not affected.
+    // Takes the signal back. Whoever waited for this event alone or for any one of several when it
+    // was signalled comes through all the same.
     virtual std::int32_t Reset() = 0;
     virtual bool IsSignalled() const = 0;
     virtual int Reason() const = 0;
@@ -38,8 +39,10 @@ MEKHOST_EXPORT std::int32_t WaitForSingleEvent(MekEvent* event, int timeoutMs);
 
 // Waits until all (`waitAll` not 0) or any one of `count` events are signalled. `signalledIndex`,
 // if given, receives the lowest index found signalled when a wait for any one succeeds. Returns as
-// WaitForSingleEvent; a count of 0 is met at once when waiting for all and is an invalid parameter
-// when waiting for any one. No limit on `count`.
+// WaitForSingleEvent, or kMekOutOfMemory; a count of 0 is met at once when waiting for all and is an
+// invalid parameter when waiting for any one. Waiting for all means signalled at the same time: an
+// event reset before the others were signalled counts as not signalled. Events come from
+// CreateMekEvent. No limit on `count`; O(count) for every wake-up.
 MEKHOST_EXPORT std::int32_t WaitForMultipleEvents(unsigned count, MekEvent* const* events,
                                                   int waitAll, int timeoutMs,
                                                   unsigned* signalledIndex = nullptr);

@@ -9,7 +9,7 @@ class MEKHOST_EXPORT MekMutex {
 public:
     // Throws std::system_error when the system has no resources for a lock.
     MekMutex();
-    // The lock must be free.
+    // The lock must be free; if not, the assertion sink hears of it.
     ~MekMutex();
     MekMutex(const MekMutex&) = delete;
     MekMutex& operator=(const MekMutex&) = delete;
@@ -17,7 +17,8 @@ public:
     void lock();
     // Takes the lock if it is free or held by the calling thread; returns whether it did.
     bool try_lock();
-    // The calling thread must hold the lock.
+    // The calling thread must hold the lock; if it does not, the assertion sink hears of it and
+    // nothing else happens.
     void unlock();
 
 private:

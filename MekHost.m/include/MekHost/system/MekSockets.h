@@ -16,7 +16,8 @@ class MEKHOST_EXPORT MekSockets {
 public:
     // Connects to `port` of `address`, a dotted IPv4 address, waiting at most `timeoutMs`
     // milliseconds (-1: for ever). On kMekOk `*connection` is the caller's; otherwise it is null and
-    // the result is kMekConnectionRefused, kMekTimeout, kMekInvalidParameter or kMekFailed.
+    // the result is kMekConnectionRefused, kMekTimeout, kMekInvalidParameter, kMekOutOfMemory or
+    // kMekFailed.
     static std::int32_t Connect(const char* address, int port, int timeoutMs,
                                 MekSockets** connection);
     // Closes the connection.
@@ -32,9 +33,11 @@ public:
     // given, receives how many bytes went out in any case.
     std::int32_t Send(const void* data, std::size_t bytes, std::size_t* sent = nullptr);
     // Receives at least one and at most `bytes` bytes into `buffer`, waiting at most `timeoutMs`.
-    // `*received` gets the number; 0 with kMekDisconnected when the peer has closed.
+    // `*received` gets the number; 0 with kMekDisconnected when the peer has closed. Otherwise
+    // returns kMekTimeout, kMekInvalidParameter (a null pointer, no room) or kMekInvalidHandle.
     std::int32_t Receive(void* buffer, std::size_t bytes, int timeoutMs, std::size_t* received);
-    // Ends the connection in both directions. Safe to call again.
+    // Ends the connection in both directions; what was sent before still reaches the peer. Safe to
+    // call again.
     void Close();
 
 private:
@@ -57,13 +60,14 @@ public:
     // Binds and listens, on the loopback address unless the environment variable
     // "ZelLogListenAddress" names another IPv4 address of this machine ("0.0.0.0" for all). Returns
     // kMekOk, kMekAddressInUse, kMekInvalidParameter (a port, type or family out of range, an address
-    // that cannot be read) or kMekFailed.
+    // that cannot be read, a second call), kMekOutOfMemory or kMekFailed.
     std::int32_t Declare();
     // Waits at most `timeoutMs` milliseconds (-1: for ever) for a client. Returns kMekOk when Accept
     // will find one, kMekTimeout, kMekInvalidParameter, or kMekInvalidHandle before Declare.
     std::int32_t Select(int timeoutMs);
     // Takes the next client. On kMekOk (0) `*client` is the caller's; otherwise it is null, and
-    // kMekTimeout says that nobody is waiting. Never blocks.
+    // kMekTimeout says that nobody is waiting; kMekOutOfMemory, that there is no descriptor for the
+    // client, who stays in the queue. Never blocks.
     std::int32_t Accept(MekSockets** client);
     // The port in use after Declare, the one asked for before.
     int GetPort() const;

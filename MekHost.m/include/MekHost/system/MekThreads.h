@@ -22,7 +22,8 @@ public:
     MekThreads& operator=(const MekThreads&) = delete;
 
     // Starts the thread. `flags` is reserved and 0. Returns kMekOk, kMekInvalidParameter (already
-    // started and not joined) or kMekOutOfMemory (no thread to be had).
+    // started and not joined, flags, or a processor that this process may not use) or
+    // kMekOutOfMemory (no thread to be had).
     std::int32_t Start(int flags);
     // Waits until Run() has returned. Returns kMekOk (also when nothing was started) or
     // kMekInvalidParameter when called from the thread itself.

@@ -1,0 +1,181 @@
+#include "MekHost/system/MekSockets.h"
+
+#include <array>
+#include <atomic>
+#include <string>
+
+#include "MekHost/MekStatus.h"
+#include "MekHost/process/MekEnvironment.h"
+#include "common/NativeSocket.h"
+
+namespace {
+
+constexpr int kStreamType = 1;
+constexpr int kIPv4Family = 2;
+constexpr int kHighestPort = 65535;
+
+}  // namespace
+
+struct MekSockets::Native {
+    mek::SocketHandle handle = mek::kNoSocket;
+    int sendTimeoutMs = -1;
+    std::atomic<bool> isClosed{false};
+};
+
+struct MekSocketConnector::Native {
+    int port = 0;
+    int type = 0;
+    int family = 0;
+    mek::SocketHandle handle = mek::kNoSocket;
+};
+
+MekSockets::MekSockets(Native* native) : native_(native) {}
+
+std::int32_t MekSockets::Connect(const char* address, int port, int timeoutMs,
+                                 MekSockets** connection) {
+    if (connection) {
+        *connection = nullptr;
+    }
+    if (!connection || !address || port < 1 || port > kHighestPort ||
+        !mek::Deadline::IsValid(timeoutMs)) {
+        return kMekInvalidParameter;
+    }
+    mek::SocketHandle handle = mek::kNoSocket;
+    const std::int32_t status =
+        mek::ConnectSocket(address, port, mek::Deadline(timeoutMs), &handle);
+    if (status == kMekOk) {
+        *connection = new MekSockets(new Native{handle});
+    }
+    return status;
+}
+
+MekSockets::~MekSockets() {
+    Close();
+    // A socket that is closed over unread bytes resets the connection, and the peer may lose what
+    // was sent last. A peer that never stops sending is not waited for.
+    std::array<char, 4096> unread;
+    std::size_t received = 0;
+    for (int round = 0; round < 256; ++round) {
+        if (mek::ReceiveSome(native_->handle, unread.data(), unread.size(), &received) != kMekOk) {
+            break;
+        }
+    }
+    mek::CloseSocket(native_->handle);
+    delete native_;
+}
+
+std::int32_t MekSockets::SetSendTimeout(int timeoutMs) {
+    if (!mek::Deadline::IsValid(timeoutMs)) {
+        return kMekInvalidParameter;
+    }
+    native_->sendTimeoutMs = timeoutMs;
+    return kMekOk;
+}
+
+std::int32_t MekSockets::Send(const void* data, std::size_t bytes, std::size_t* sent) {
+    std::size_t ignored = 0;
+    std::size_t& done = sent ? *sent : ignored;
+    done = 0;
+    if (!data && bytes) {
+        return kMekInvalidParameter;
+    }
+    if (native_->isClosed) {
+        return kMekInvalidHandle;
+    }
+    const mek::Deadline deadline(native_->sendTimeoutMs);
+    while (done < bytes) {
+        std::size_t moved = 0;
+        std::int32_t status = mek::SendSome(native_->handle, static_cast<const char*>(data) + done,
+                                            bytes - done, &moved);
+        done += moved;
+        if (status == kMekTimeout) {
+            status = mek::WaitForSocket(native_->handle, mek::Direction::kSend, deadline);
+        }
+        if (status != kMekOk) {
+            return status;
+        }
+    }
+    return kMekOk;
+}
+
+std::int32_t MekSockets::Receive(void* buffer, std::size_t bytes, int timeoutMs,
+                                 std::size_t* received) {
+    if (received) {
+        *received = 0;
+    }
+    if (!received || !buffer || bytes == 0 || !mek::Deadline::IsValid(timeoutMs)) {
+        return kMekInvalidParameter;
+    }
+    if (native_->isClosed) {
+        return kMekInvalidHandle;
+    }
+    const mek::Deadline deadline(timeoutMs);
+    for (;;) {
+        std::int32_t status = mek::ReceiveSome(native_->handle, buffer, bytes, received);
+        if (status != kMekTimeout) {
+            return status;
+        }
+        status = mek::WaitForSocket(native_->handle, mek::Direction::kReceive, deadline);
+        if (status != kMekOk) {
+            return status;
+        }
+    }
+}
+
+void MekSockets::Close() {
+    if (!native_->isClosed.exchange(true)) {
+        mek::ShutDownSocket(native_->handle);
+    }
+}
+
+MekSocketConnector::MekSocketConnector(int port, int type, int family)
+    : native_(new Native{port, type, family}) {}
+
+MekSocketConnector::~MekSocketConnector() {
+    if (native_->handle != mek::kNoSocket) {
+        mek::CloseSocket(native_->handle);
+    }
+    delete native_;
+}
+
+std::int32_t MekSocketConnector::Declare() {
+    if (native_->handle != mek::kNoSocket || native_->port < 0 || native_->port > kHighestPort ||
+        native_->type != kStreamType || native_->family != kIPv4Family) {
+        return kMekInvalidParameter;
+    }
+    // What is heard here is nobody else's business unless the host says so.
+    std::string address;
+    MekGetEnv("ZelLogListenAddress", &address);
+    return mek::OpenListener(address.empty() ? "127.0.0.1" : address.c_str(), &native_->port,
+                             &native_->handle);
+}
+
+std::int32_t MekSocketConnector::Select(int timeoutMs) {
+    if (!mek::Deadline::IsValid(timeoutMs)) {
+        return kMekInvalidParameter;
+    }
+    if (native_->handle == mek::kNoSocket) {
+        return kMekInvalidHandle;
+    }
+    return mek::WaitForSocket(native_->handle, mek::Direction::kReceive, mek::Deadline(timeoutMs));
+}
+
+std::int32_t MekSocketConnector::Accept(MekSockets** client) {
+    if (!client) {
+        return kMekInvalidParameter;
+    }
+    *client = nullptr;
+    if (native_->handle == mek::kNoSocket) {
+        return kMekInvalidHandle;
+    }
+    mek::SocketHandle handle = mek::kNoSocket;
+    const std::int32_t status = mek::AcceptSocket(native_->handle, &handle);
+    if (status == kMekOk) {
+        *client = new MekSockets(new MekSockets::Native{handle});
+    }
+    return status;
+}
+
+int MekSocketConnector::GetPort() const {
+    return native_->port;
+}

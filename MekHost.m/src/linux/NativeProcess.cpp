@@ -1,0 +1,165 @@
+#include "common/NativeProcess.h"
+
+#include <sched.h>
+#include <spawn.h>
+#include <sys/mman.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+
+namespace mek {
+namespace {
+
+constexpr int kFirstOwnDescriptor = 3;
+constexpr std::size_t kStackBytes = 256 * 1024;
+
+struct Program {
+    const char* path;
+    const char* const* arguments;
+    bool wait;
+    sigset_t signalMask;  // for the program to start with
+    int error = 0;
+    int exitCode = 0;
+};
+
+// The attributes of a start: signals as a program expects them, no descriptors of ours.
+class SpawnSettings {
+public:
+    explicit SpawnSettings(const sigset_t& mask) {
+        posix_spawnattr_init(&attributes_);
+        posix_spawn_file_actions_init(&actions_);
+        // Ignored signals stay ignored in a new program, and one that waits for children of its own
+        // or writes into a closed pipe relies on these two.
+        sigset_t defaults;
+        sigemptyset(&defaults);
+        sigaddset(&defaults, SIGCHLD);
+        sigaddset(&defaults, SIGPIPE);
+        posix_spawnattr_setsigdefault(&attributes_, &defaults);
+        posix_spawnattr_setsigmask(&attributes_, &mask);
+        posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
+        error_ = posix_spawn_file_actions_addclosefrom_np(&actions_, kFirstOwnDescriptor);
+    }
+    ~SpawnSettings() {
+        posix_spawn_file_actions_destroy(&actions_);
+        posix_spawnattr_destroy(&attributes_);
+    }
+    SpawnSettings(const SpawnSettings&) = delete;
+    SpawnSettings& operator=(const SpawnSettings&) = delete;
+
+    int Start(const Program& program, pid_t* child) const {
+        return error_ ? error_
+                      : posix_spawnp(child, program.path, &actions_, &attributes_,
+                                     const_cast<char* const*>(program.arguments), environ);
+    }
+
+private:
+    posix_spawnattr_t attributes_;
+    posix_spawn_file_actions_t actions_;
+    int error_;
+};
+
+int WaitForExit(pid_t child) {
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0) {
+        if (errno != EINTR) {
+            return 0;  // somebody else took the exit code
+        }
+    }
+    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+}
+
+void Run(Program& program, const SpawnSettings& settings) {
+    pid_t child = 0;
+    program.error = settings.Start(program, &child);
+    if (program.error == 0 && program.wait) {
+        program.exitCode = WaitForExit(child);
+    }
+}
+
+struct Errand {
+    Program& program;
+    const SpawnSettings& settings;
+};
+
+// What the go-between process does. It shares our memory, but has signal dispositions and
+// descriptors of its own.
+int GoBetween(void* argument) {
+    auto& errand = *static_cast<Errand*>(argument);
+    if (errand.program.wait) {
+        // While it waits it must not hold on to our connections. The system is asked directly: a
+        // library's notes about signals and descriptors are in the memory that we share.
+        syscall(SYS_close_range, kFirstOwnDescriptor, ~0U, 0);
+        const unsigned long defaultAction[4] = {};
+        syscall(SYS_rt_sigaction, SIGCHLD, defaultAction, nullptr, sizeof(unsigned long));
+    }
+    Run(errand.program, errand.settings);
+    return 0;
+}
+
+// Runs the program as the child of a go-between process that ends before this returns: so the
+// program is not our child and never a zombie of ours, and when it is waited for its exit code
+// arrives whatever this process does with its children. The go-between shares our memory instead of
+// copying it, and this thread is suspended while it runs, which is what makes the sharing safe.
+void RunByGoBetween(Program& program, const SpawnSettings& settings) {
+    void* const stack = mmap(nullptr, kStackBytes, PROT_READ | PROT_WRITE,
+                             MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK, -1, 0);
+    if (stack == MAP_FAILED) {
+        program.error = ENOMEM;
+        return;
+    }
+    // No handler of ours may run in the go-between.
+    sigset_t all;
+    sigset_t before;
+    sigfillset(&all);
+    pthread_sigmask(SIG_BLOCK, &all, &before);
+    Errand errand{program, settings};
+    const pid_t goBetween = clone(&GoBetween, static_cast<char*>(stack) + kStackBytes,
+                                  CLONE_VM | CLONE_VFORK | SIGCHLD, &errand);
+    if (goBetween < 0) {
+        program.error = errno;
+    } else {
+        WaitForExit(goBetween);
+    }
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    munmap(stack, kStackBytes);
+}
+
+// Whether a child's exit code may be gone before we ask for it.
+bool AreChildrenTakenFromUs() {
+    struct sigaction action {};
+    sigaction(SIGCHLD, nullptr, &action);
+    return action.sa_handler != SIG_DFL || (action.sa_flags & SA_NOCLDWAIT);
+}
+
+// A program that must not be executed is reported like one that cannot be, and a path through
+// something that is no folder like one that is not there.
+int Published(int error) {
+    switch (error) {
+        case EACCES:
+            return ENOEXEC;
+        case ENOTDIR:
+            return ENOENT;
+        default:
+            return error;
+    }
+}
+
+}  // namespace
+
+int RunProgram(const char* path, const char* const* arguments, bool wait, int* exitCode) {
+    Program program{path, arguments, wait, {}};
+    pthread_sigmask(SIG_BLOCK, nullptr, &program.signalMask);
+    const SpawnSettings settings(program.signalMask);
+    if (wait && !AreChildrenTakenFromUs()) {
+        Run(program, settings);
+    } else {
+        RunByGoBetween(program, settings);
+    }
+    *exitCode = program.exitCode;
+    return Published(program.error);
+}
+
+}  // namespace mek
