@@ -1,7 +1,7 @@
 #pragma once
 
-// A small exclusive lock without an owner: eight bytes, zero when free, ready before any constructor
-// runs. It is the system's slim reader/writer lock on Windows and a futex on Linux.
+// A small exclusive lock without an owner: eight bytes, zero when free, ready before any
+// constructor runs. It is the system's slim reader/writer lock on Windows and a futex on Linux.
 //
 // Not recursive. Its operations carry the standard names, so std::lock_guard serves it.
 
