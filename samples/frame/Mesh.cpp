@@ -1,0 +1,148 @@
+#include "Mesh.h"
+
+#include <algorithm>
+#include <cmath>
+#include <glm/common.hpp>
+#include <glm/geometric.hpp>
+#include <unordered_map>
+
+#include "Model.h"
+#include "Normals.h"
+#include "ZelREKernel/base/MurmurHash3.h"
+
+namespace frame {
+namespace {
+
+// What stands in for the image of a textured material, by its place in the library.
+constexpr Material kTextureLooks[] = {
+    {{0.150f, 0.042f, 0.014f}, {0.040f, 0.012f, 0.006f}, 5.0f, 0.60f},
+    {{0.200f, 0.070f, 0.018f}, {0.050f, 0.016f, 0.007f}, 6.0f, 0.50f},
+    {{0.330f, 0.110f, 0.020f}, {0.030f, 0.010f, 0.006f}, 3.2f, 0.55f},
+    {{0.045f, 0.016f, 0.009f}, {0.210f, 0.068f, 0.016f}, 5.0f, 0.70f},
+    {{0.020f, 0.004f, 0.004f}, {0.100f, 0.010f, 0.008f}, 9.0f, 1.60f},
+};
+
+struct VertexKey {
+    std::uint32_t position;
+    glm::vec3 normal;
+    bool operator==(const VertexKey& other) const {
+        return position == other.position && normal == other.normal;
+    }
+};
+
+struct VertexKeyHash {
+    std::size_t operator()(const VertexKey& key) const {
+        // Adding zero makes the two zeros one, as the comparison sees them.
+        const float normal[] = {key.normal.x + 0.0f, key.normal.y + 0.0f, key.normal.z + 0.0f};
+        return MurmurHash3_x86_32(normal, sizeof normal, key.position);
+    }
+};
+
+// Moves a model's own space to ours: on the floor, around the axis, within a radius of 1.
+struct Fitting {
+    glm::vec3 origin;
+    float scale;
+
+    explicit Fitting(const Model& model) {
+        glm::vec3 low(3e38f);
+        glm::vec3 high(-3e38f);
+        ForEachPosition(model, [&](const glm::vec3& p) {
+            low = glm::min(low, p);
+            high = glm::max(high, p);
+        });
+        origin = {(low.x + high.x) * 0.5f, low.y, (low.z + high.z) * 0.5f};
+        float radius = 0.0f;
+        ForEachPosition(model, [&](const glm::vec3& p) {
+            const glm::vec3 d = p - glm::vec3(origin.x, (low.y + high.y) * 0.5f, origin.z);
+            radius = std::max(radius, std::sqrt(glm::dot(d, d)));
+        });
+        scale = 1.0f / radius;
+    }
+
+    template <typename Visit>
+    static void ForEachPosition(const Model& model, Visit visit) {
+        for (const Model::Triangle& triangle : model.triangles) {
+            for (const Model::Corner& corner : triangle.corners) {
+                visit(model.positions[corner.position]);
+            }
+        }
+    }
+
+    glm::vec3 operator()(const glm::vec3& p) const { return (p - origin) * scale; }
+};
+
+bool HasArea(const glm::vec3& a, const glm::vec3& b, const glm::vec3& c) {
+    const glm::vec3 cross = glm::cross(b - a, c - a);
+    return glm::dot(cross, cross) > 1e-16f;
+}
+
+}  // namespace
+
+Mesh::Mesh() : ZKL::vRefPtrObject(true) {}
+
+ZKL::vRefPtr<Mesh> Mesh::Build(const Model& model, std::string& error) {
+    ZKL::vRefPtr<Mesh> mesh(new Mesh);
+    mesh->AddModel(model);
+    if (mesh->triangles_.empty()) {
+        error = "no triangle has an area";
+        return {};
+    }
+    mesh->AddFloor();
+    mesh->DressMaterials(model);
+    return mesh;
+}
+
+void Mesh::AddModel(const Model& model) {
+    const Fitting fit(model);
+    const std::vector<glm::vec3> normals = CornerNormals(model);
+    std::unordered_map<VertexKey, std::uint32_t, VertexKeyHash> known;
+    for (std::size_t i = 0; i < model.triangles.size(); ++i) {
+        const Model::Triangle& source = model.triangles[i];
+        glm::vec3 corners[3];
+        for (std::size_t k = 0; k < 3; ++k) {
+            corners[k] = fit(model.positions[source.corners[k].position]);
+        }
+        if (!HasArea(corners[0], corners[1], corners[2])) {
+            continue;
+        }
+        Triangle triangle{{}, source.material};
+        for (std::size_t k = 0; k < 3; ++k) {
+            const glm::vec3& normal = normals[i * 3 + k];
+            const auto [entry, isNew] = known.try_emplace(
+                {source.corners[k].position, normal}, static_cast<std::uint32_t>(vertices_.size()));
+            if (isNew) {
+                vertices_.push_back({corners[k], normal});
+                height_ = std::max(height_, corners[k].y);
+            }
+            triangle.vertices[k] = entry->second;
+        }
+        triangles_.push_back(triangle);
+    }
+    modelTriangles_ = static_cast<std::uint32_t>(triangles_.size());
+}
+
+void Mesh::AddFloor() {
+    const auto first = static_cast<std::uint32_t>(vertices_.size());
+    for (const float z : {-kFloorExtent, kFloorExtent}) {
+        for (const float x : {-kFloorExtent, kFloorExtent}) {
+            vertices_.push_back({{x, 0.0f, z}, {0.0f, 1.0f, 0.0f}});
+        }
+    }
+    triangles_.push_back({{first, first + 2, first + 1}, kFloor});
+    triangles_.push_back({{first + 1, first + 2, first + 3}, kFloor});
+}
+
+void Mesh::DressMaterials(const Model& model) {
+    std::size_t textured = 0;
+    for (const ModelMaterial& material : model.materials) {
+        if (material.textured) {
+            materials_.push_back(kTextureLooks[textured++ % std::size(kTextureLooks)]);
+        } else {
+            // The file's colours are meant for the screen; light is added in linear space.
+            const glm::vec3 linear = material.diffuse * material.diffuse;
+            materials_.push_back({linear, linear, 0.0f, 0.35f});
+        }
+    }
+}
+
+}  // namespace frame

@@ -1,0 +1,41 @@
+#pragma once
+
+// Reads a Wavefront OBJ file and proves it sound: what comes out has triangles only, every index in
+// range and every coordinate a number of a sane size, whatever the file said.
+
+#include <cstdint>
+#include <glm/vec3.hpp>
+#include <string>
+#include <vector>
+
+namespace frame {
+
+struct ModelMaterial {
+    std::string name;
+    glm::vec3 diffuse;
+    bool textured;  // an image gives its colour; it is not loaded
+};
+
+struct Model {
+    static constexpr std::uint32_t kNone = 0xFFFFFFFF;
+
+    struct Corner {
+        std::uint32_t position;
+        std::uint32_t normal;  // kNone: to be computed
+    };
+    struct Triangle {
+        Corner corners[3];
+        std::uint32_t material;
+    };
+
+    std::vector<glm::vec3> positions;
+    std::vector<glm::vec3> normals;
+    std::vector<Triangle> triangles;       // at least one
+    std::vector<ModelMaterial> materials;  // at least one
+};
+
+// Reads the file at `path`. On failure returns false with one line, without a line feed and without
+// the path, in `error`.
+bool LoadModel(const std::string& path, Model& model, std::string& error);
+
+}  // namespace frame

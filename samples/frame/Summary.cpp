@@ -1,0 +1,83 @@
+#include "Summary.h"
+
+#include <algorithm>
+#include <cinttypes>
+#include <cstdarg>
+#include <cstdio>
+#include <numeric>
+
+namespace frame {
+namespace {
+
+[[gnu::format(printf, 2, 3)]] void Print(std::string& text, const char* format, ...) {
+    char line[512];
+    std::va_list arguments;
+    va_start(arguments, format);
+    std::vsnprintf(line, sizeof line, format, arguments);
+    va_end(arguments);
+    text += line;
+}
+
+double MebiBytes(std::uint64_t bytes) {
+    return static_cast<double>(bytes) / (1024.0 * 1024.0);
+}
+
+struct Column {
+    double mean;
+    double p95;
+};
+
+Column Summarise(const RunRecord& run, std::uint32_t stage, double StageTime::*member) {
+    std::vector<double> values;
+    for (const StageTimes& times : run.frames) {
+        values.push_back(times[stage].*member);
+    }
+    const double sum = std::accumulate(values.begin(), values.end(), 0.0);
+    return {sum / static_cast<double>(std::max<std::size_t>(values.size(), 1)),
+            Percentile95(values)};
+}
+
+}  // namespace
+
+double Percentile95(std::vector<double>& values) {
+    if (values.empty()) {
+        return 0.0;
+    }
+    const std::size_t rank = (values.size() * 95 + 99) / 100 - 1;
+    const auto at = values.begin() + static_cast<std::ptrdiff_t>(rank);
+    std::nth_element(values.begin(), at, values.end());
+    return *at;
+}
+
+std::string WriteSummary(const RunRecord& run, const std::uint32_t (&jobs)[kStageCount]) {
+    const auto frames = static_cast<double>(run.frames.size());
+    std::string text;
+    text += "Model              " + run.model + "\n";
+    Print(text, "Triangles          %" PRIu32 "\n", run.triangles);
+    Print(text, "Picture            %" PRIu32 "x%" PRIu32 ", 4 samples per pixel\n", run.width,
+          run.height);
+    Print(text, "Workers            %" PRIu32 " and a presenter\n", run.workers);
+    Print(text, "Frames             %zu in %.2f s\n", run.frames.size(), run.seconds);
+    Print(text, "Frames per second  %.1f (%.2f ms each)\n", frames / run.seconds,
+          run.seconds * 1000.0 / frames);
+    Print(text, "Jobs per frame     %" PRIu32 "\n\n", run.jobsPerFrame);
+
+    text += "                     wall time, ms      work, ms\n";
+    text += "Stage       jobs     mean      p95     mean      p95\n";
+    for (std::uint32_t i = 0; i < kStageCount; ++i) {
+        const Column span = Summarise(run, i, &StageTime::spanMs);
+        const Column work = Summarise(run, i, &StageTime::workMs);
+        Print(text, "%-10s %5" PRIu32 " %8.3f %8.3f %8.3f %8.3f\n",
+              StageName(static_cast<Stage>(i)), jobs[i], span.mean, span.p95, work.mean, work.p95);
+    }
+
+    Print(text, "\nResident memory    %.1f MiB at most\n", MebiBytes(run.residentBytes));
+    Print(text, "Allocator          %.2f MiB at most, %" PRIu64 " blocks in all\n",
+          MebiBytes(run.memory.peakBytes), run.memory.blocks);
+    Print(text, "Page allocator     %.0f MiB\n", MebiBytes(run.pageBytes));
+    Print(text, "Last picture       %016" PRIx64 "\n", run.lastPicture);
+    Print(text, "All pictures       %016" PRIx64 "\n", run.allPictures);
+    return text;
+}
+
+}  // namespace frame

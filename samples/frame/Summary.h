@@ -1,0 +1,36 @@
+#pragma once
+
+// The page that a run leaves: speed, stages, memory, and the numbers to compare pictures by.
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "MemoryMeter.h"
+#include "StageClock.h"
+
+namespace frame {
+
+struct RunRecord {
+    std::string model;
+    std::uint32_t triangles = 0;
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+    std::uint32_t workers = 0;
+    std::uint32_t jobsPerFrame = 0;
+    double seconds = 0.0;
+    std::vector<StageTimes> frames;
+    std::uint64_t lastPicture = 0;  // hash
+    std::uint64_t allPictures = 0;  // hash of the pictures' hashes, in order
+    MemoryMeter::Reading memory;
+    std::uint64_t pageBytes = 0;      // taken from the page allocator
+    std::uint64_t residentBytes = 0;  // the most that the process ever held
+};
+
+// `jobs[i]`: how many jobs stage i has per frame.
+std::string WriteSummary(const RunRecord& run, const std::uint32_t (&jobs)[kStageCount]);
+
+// The value that 95 of 100 are at most; 0 for none. Reorders `values`.
+double Percentile95(std::vector<double>& values);
+
+}  // namespace frame

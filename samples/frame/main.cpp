@@ -1,0 +1,30 @@
+// Renders a model frame by frame on the kernel's task graph. Start reading at App.cpp for how a
+// host brings the kernel up and down, at FrameGraph.cpp for how a frame becomes a graph.
+
+#include <cstdio>
+#include <exception>
+#include <string>
+
+#include "App.h"
+#include "Options.h"
+
+int main(int argc, char** argv) {
+    frame::Options options;
+    std::string error;
+    switch (frame::ParseOptions(argc, argv, options, error)) {
+        case frame::ParseResult::Help:
+            std::fputs(frame::HelpText().c_str(), stdout);
+            return 0;
+        case frame::ParseResult::Bad:
+            std::fprintf(stderr, "frame: %s\n", error.c_str());
+            return 2;
+        case frame::ParseResult::Run:
+            break;
+    }
+    try {
+        return frame::RunApp(options);
+    } catch (const std::exception& exception) {
+        std::fprintf(stderr, "frame: %s\n", exception.what());
+        return 1;
+    }
+}
