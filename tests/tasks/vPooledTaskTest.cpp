@@ -1,0 +1,147 @@
+#include "ZelREKernel/tasks/vPooledTask.h"
+
+#include <array>
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tasks/TaskLeakCheck.h"
+
+namespace {
+
+using ZKL::vTaskDetail::CountJobRecords;
+using ZKL::vTaskDetail::vJobHandle;
+using ZKL::vTaskDetail::vPooledTask;
+
+class vPooledTaskTest : public TaskLeakCheck {};
+
+// A callable of the given size that adds up its bytes.
+template <std::size_t kSize>
+struct Sized {
+    int* sum;
+    std::array<unsigned char, kSize - sizeof(int*)> bytes{};
+
+    void operator()() {
+        for (const unsigned char byte : bytes) {
+            *sum += byte;
+        }
+    }
+};
+
+// Makes, copies and runs a job of that size; returns the records that the job alone took.
+template <std::size_t kSize>
+std::int64_t RecordsOf() {
+    int sum = 0;
+    Sized<kSize> callable{&sum};
+    callable.bytes.fill(1);
+    const std::int64_t before = CountJobRecords().live;
+    vJobHandle job = vPooledTask::Create(callable);
+    const std::int64_t records = CountJobRecords().live - before;
+    vPooledTask copy(*job);
+    (*job)();
+    job.reset();
+    copy();
+    EXPECT_EQ(sum, 2 * static_cast<int>(callable.bytes.size()));
+    copy.Reset();
+    EXPECT_EQ(CountJobRecords().live, before);
+    return records;
+}
+
+TEST_F(vPooledTaskTest, CallablesOfARecordsSizeNeedNoHeap) {
+    EXPECT_EQ(RecordsOf<16>(), 1);
+    EXPECT_EQ(RecordsOf<24>(), 2);
+    EXPECT_EQ(RecordsOf<64>(), 2);
+    EXPECT_EQ(RecordsOf<80>(), 2);
+    EXPECT_EQ(RecordsOf<81>(), 1);  // on the heap
+    const std::string text = "a text that does not fit into a string object";
+    std::string got;
+    (*vPooledTask::Create([&got, text] { got = text; }))();
+    EXPECT_EQ(got, text);
+}
+
+TEST_F(vPooledTaskTest, EmptyFunctionsThrow) {
+    for (vJobHandle& job :
+         std::array{vPooledTask::CreateNode({}), vPooledTask::Create(std::function<void()>())}) {
+        EXPECT_FALSE(*job);
+        EXPECT_THROW((*job)(), std::bad_function_call);
+        *job = [] {};
+        EXPECT_TRUE(*job);
+        job->Reset();
+        EXPECT_FALSE(*job);
+    }
+}
+
+TEST_F(vPooledTaskTest, CopiesAndMovesConcernTheFunction) {
+    int ran = 0;
+    vJobHandle job = vPooledTask::Create([&] { ++ran; });
+    vPooledTask moved(std::move(*job));
+    EXPECT_FALSE(*job);
+    *job = moved;
+    (*job)();
+    moved();
+    *job = vPooledTask([&] { ran += 10; });
+    (*job)();
+    EXPECT_EQ(ran, 12);
+}
+
+TEST_F(vPooledTaskTest, RecordsComeBackLastInFirstOut) {
+    constexpr std::size_t kCount = 1000;
+    std::vector<vJobHandle> jobs;
+    std::vector<const vPooledTask*> given;
+    for (std::size_t i = 0; i < kCount; ++i) {
+        jobs.push_back(vPooledTask::CreateNode({}));
+    }
+    while (!jobs.empty()) {
+        given.push_back(jobs.back().get());
+        jobs.pop_back();
+        if (given.size() % 3 == 0) {  // some in between, so that takes and gives mix
+            jobs.push_back(vPooledTask::CreateNode({}));
+            EXPECT_EQ(jobs.back().get(), given.back());
+            jobs.pop_back();
+        }
+    }
+    for (; !given.empty(); given.pop_back()) {
+        jobs.push_back(vPooledTask::CreateNode({}));
+        ASSERT_EQ(jobs.back().get(), given.back());
+    }
+}
+
+TEST_F(vPooledTaskTest, BlocksHoldSixteenRecords) {
+    std::vector<vJobHandle> jobs;
+    const auto grow = [&] {
+        const std::uint64_t blocks = CountJobRecords().blocks;
+        std::size_t taken = 0;
+        while (CountJobRecords().blocks == blocks) {
+            jobs.push_back(vPooledTask::CreateNode({}));
+            ++taken;
+        }
+        return taken;
+    };
+    grow();  // uses up what was free
+    EXPECT_EQ(grow(), 16U);
+    EXPECT_EQ(grow(), 16U);
+}
+
+// A thread's free records are for others when it ends, and those it gave away come back to use.
+TEST_F(vPooledTaskTest, EndingThreadsLoseNoRecords) {
+    std::uint64_t blocks = 0;
+    for (int round = 0; round < 20; ++round) {
+        std::vector<vJobHandle> jobs;
+        std::thread([&] {
+            for (int i = 0; i < 1000; ++i) {
+                jobs.push_back(vPooledTask::CreateNode({}));
+            }
+            jobs.resize(500);
+        }).join();
+        jobs.clear();
+        if (round == 5) {
+            blocks = CountJobRecords().blocks;
+        }
+    }
+    EXPECT_EQ(CountJobRecords().blocks, blocks);
+}
+
+}  // namespace
