@@ -139,7 +139,7 @@ void Mesh::DressMaterials(const Model& model) {
             materials_.push_back(kTextureLooks[textured++ % std::size(kTextureLooks)]);
         } else {
             // The file's colours are meant for the screen; light is added in linear space.
-            const glm::vec3 linear = material.diffuse * material.diffuse;
+            const glm::vec3 linear = material.diffuse * material.diffuse * 0.8f;
             materials_.push_back({linear, linear, 0.0f, 0.35f});
         }
     }

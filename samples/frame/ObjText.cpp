@@ -1,5 +1,6 @@
 #include "ObjText.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <string_view>
@@ -9,35 +10,46 @@ namespace {
 
 constexpr std::uintmax_t kLargestFile = std::uintmax_t{512} << 20;
 
-std::string_view Keyword(std::string_view line) {
-    const std::size_t begin = line.find_first_not_of(" \t");
-    if (begin == std::string_view::npos) {
-        return {};
+constexpr std::string_view kBlanks = " \t\r";
+
+// Takes the next word off the front of `line`; empty at its end.
+std::string_view TakeWord(std::string_view& line) {
+    line.remove_prefix(std::min(line.find_first_not_of(kBlanks), line.size()));
+    const std::string_view word = line.substr(0, line.find_first_of(kBlanks));
+    line.remove_prefix(word.size());
+    return word;
+}
+
+// Counts the words of `line` up to a comment; -1 when one holds another character than `allowed`.
+int CountWords(std::string_view line, std::string_view allowed) {
+    int count = 0;
+    for (std::string_view word = TakeWord(line); !word.empty() && word[0] != '#';
+         word = TakeWord(line)) {
+        if (word.find_first_not_of(allowed) != std::string_view::npos) {
+            return -1;
+        }
+        ++count;
     }
-    const std::size_t end = line.find_first_of(" \t\r", begin);
-    return line.substr(begin, end == std::string_view::npos ? end : end - begin);
+    return count;
 }
 
-std::string_view Arguments(std::string_view line, std::string_view keyword) {
-    return line.substr(static_cast<std::size_t>(keyword.data() - line.data()) + keyword.size());
-}
-
-enum class Verdict { Keep, Drop, Broken };
+enum class Verdict { KeepName, KeepNumbers, Drop, BadCoordinate, BadFace };
 
 Verdict Judge(std::string_view line) {
-    const std::string_view keyword = Keyword(line);
+    const std::string_view keyword = TakeWord(line);
     if (keyword == "v" || keyword == "vn") {
-        const std::string_view numbers = Arguments(line, keyword);
-        return numbers.find_first_not_of("0123456789+-.eE \t\r") == std::string_view::npos
-                   ? Verdict::Keep
-                   : Verdict::Broken;
+        return CountWords(line, "0123456789+-.eE") >= 3 ? Verdict::KeepNumbers
+                                                        : Verdict::BadCoordinate;
     }
-    if (keyword == "f" || keyword == "usemtl") {
-        return Verdict::Keep;
+    if (keyword == "f") {
+        return CountWords(line, "0123456789/-") >= 3 ? Verdict::KeepNumbers : Verdict::BadFace;
+    }
+    if (keyword == "usemtl") {
+        return Verdict::KeepName;
     }
     const bool local = keyword == "mtllib" && line.find_first_of("/\\") == std::string_view::npos &&
                        line.find("..") == std::string_view::npos;
-    return local ? Verdict::Keep : Verdict::Drop;
+    return local ? Verdict::KeepName : Verdict::Drop;
 }
 
 }  // namespace
@@ -74,12 +86,16 @@ bool KeepTriangleStatements(const std::string& text, std::string& kept, std::str
         const std::size_t end = std::min(all.find('\n', begin), all.size());
         const std::string_view line = all.substr(begin, end - begin);
         const Verdict verdict = Judge(line);
-        if (verdict == Verdict::Broken) {
-            error = "line " + std::to_string(number) + " holds a coordinate that is no number";
-            return false;
-        }
-        if (verdict == Verdict::Keep) {
+        if (verdict == Verdict::KeepName) {
             kept.append(line).push_back('\n');
+        } else if (verdict == Verdict::KeepNumbers) {
+            // The parser takes a comment behind a face for corners.
+            kept.append(line.substr(0, line.find('#'))).push_back('\n');
+        } else if (verdict != Verdict::Drop) {
+            error = "line " + std::to_string(number) +
+                    (verdict == Verdict::BadFace ? " is no face of three or more corners"
+                                                 : " is no coordinate of three numbers");
+            return false;
         }
         begin = end + 1;
     }

@@ -20,20 +20,15 @@
 namespace frame {
 
 bool LogService::Initialize() {
-    const std::string target = options_.log.empty() ? options_.out + "/frame.log" : options_.log;
+    const std::string graph = options_.out + "/graph.log";
     const std::string stages = options_.out + "/stages.log";
+    const std::string target = options_.log.empty() ? options_.out + "/frame.log" : options_.log;
     ZKL::vLoggerManager& manager = ZKL::vLoggerManager::GetInstance();
     manager.GetLogger(ZKL::vLoggerManager::eDefault).SetOutput(target.c_str());
-    ZKL::vLogger& profiling = manager.GetLogger(ZKL::vLoggerManager::eProfiling);
-    profiling.SetOutput(stages.c_str());
-    profiling.BeginLog();
-    // One listener serves one output: on the network, the graph stays on standard output, where it
-    // shows only when "LOG_PIPELINING" asks for it.
-    if (target != "network") {
-        ZKL::vLogger& pipelining = manager.GetLogger(ZKL::vLoggerManager::ePipelining);
-        pipelining.SetOutput(target.c_str());
-        pipelining.BeginLog();
-    }
+    manager.GetLogger(ZKL::vLoggerManager::eProfiling).SetOutput(stages.c_str());
+    manager.GetLogger(ZKL::vLoggerManager::eProfiling).BeginLog();
+    manager.GetLogger(ZKL::vLoggerManager::ePipelining).SetOutput(graph.c_str());
+    manager.GetLogger(ZKL::vLoggerManager::ePipelining).BeginLog();
     return true;
 }
 

@@ -15,8 +15,8 @@ class vWorkerThread;
 
 namespace frame {
 
-// Directs the log channels: the default channel where --log says, the profiling channel to
-// stages.log and the pipelining channel beside the default one.
+// Directs the log channels: the default one where --log says, the profiling channel to stages.log
+// and the pipelining channel to graph.log in the output folder.
 class LogService final : public ZKL::vLifeCycleModule {
 public:
     // `options` outlives the service; so in the others.

@@ -17,9 +17,9 @@ constexpr glm::vec3 kFillLight(0.26f, 0.40f, 0.62f);
 constexpr glm::vec3 kRimLight(0.75f, 0.95f, 1.25f);
 constexpr glm::vec3 kSkyLight(0.46f, 0.56f, 0.68f);
 constexpr glm::vec3 kBounceLight(0.20f, 0.17f, 0.13f);
-constexpr glm::vec3 kFloorColour(0.235f, 0.262f, 0.275f);
-constexpr glm::vec3 kHorizon(0.205f, 0.265f, 0.300f);
-constexpr glm::vec3 kZenith(0.030f, 0.048f, 0.062f);
+constexpr glm::vec3 kFloorColour(0.205f, 0.215f, 0.222f);
+constexpr glm::vec3 kHorizon(0.105f, 0.150f, 0.178f);
+constexpr glm::vec3 kZenith(0.014f, 0.024f, 0.033f);
 const glm::vec3 kToFill = glm::normalize(glm::vec3(0.85f, 0.35f, 0.55f));
 const glm::vec3 kToRim = glm::normalize(glm::vec3(0.35f, 0.45f, -1.0f));
 
@@ -106,7 +106,7 @@ glm::vec3 LightModel(const Point& point, const Material& material, const Scene& 
     const float open = 0.45f + 0.55f * SmoothStep(-0.05f, 0.55f, point.world.y + 0.25f * n.y);
     const glm::vec3 ambient = glm::mix(kBounceLight, kSkyLight, 0.5f + 0.5f * n.y) * open;
     const float gloss = PowerOfTwoPower(
-        std::max(glm::dot(n, glm::normalize(scene.view->toKey + point.toEye)), 0.0f), 5);
+        std::max(glm::dot(n, glm::normalize(scene.view->toKey + point.toEye)), 0.0f), 6);
     const float facing = 1.0f - std::max(glm::dot(n, point.toEye), 0.0f);
     const float rim = facing * facing * facing * std::max(glm::dot(n, kToRim) + 0.35f, 0.0f);
     return albedo * (kKeyLight * lit + kFillLight * fill + ambient) +
@@ -121,14 +121,14 @@ glm::vec3 BackdropLight(float y, const Scene& scene) {
 // The floor is a pool of light that runs into the backdrop.
 glm::vec3 LightFloor(const glm::vec3& world, float y, const Scene& scene) {
     const float radius = std::sqrt(world.x * world.x + world.z * world.z);
-    const float pool = 1.0f - SmoothStep(0.4f, 3.6f, radius);
+    const float pool = 1.0f - SmoothStep(0.2f, 2.7f, radius);
     const float facing = scene.view->toKey.y;
     const float lit =
         facing * KeyVisibility(world, glm::vec3(0.0f, 1.0f, 0.0f), 1.0f - facing, scene);
     const float contact = 0.55f + 0.45f * SmoothStep(0.15f, 1.05f, radius);
     const glm::vec3 light =
-        kKeyLight * (lit * (0.16f + 0.50f * pool)) + kSkyLight * (contact * (0.25f + 0.30f * pool));
-    const float haze = SmoothStep(1.4f, 5.0f, radius);
+        kKeyLight * (lit * (0.12f + 0.58f * pool)) + kSkyLight * (contact * (0.25f + 0.30f * pool));
+    const float haze = SmoothStep(1.0f, 4.2f, radius);
     return glm::mix(kFloorColour * light, BackdropLight(y, scene), haze);
 }
 

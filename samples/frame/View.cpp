@@ -11,6 +11,8 @@ namespace frame {
 namespace {
 
 constexpr double kTurnsPerFrame = 1.0 / 240.0;
+// The frame that looks the model in the face.
+constexpr double kFrontFrame = 140.0;
 constexpr float kNear = 0.1f;
 
 glm::mat4 TurnAroundY(double turns) {
@@ -52,14 +54,14 @@ Camera::Camera(std::uint32_t width, std::uint32_t height, float modelHeight)
     : aspect_(static_cast<float>(width) / static_cast<float>(height)), modelHeight_(modelHeight) {}
 
 View Camera::At(std::uint32_t frameNumber) const {
-    const double time = static_cast<double>(frameNumber) * kTurnsPerFrame;
+    const double time = (static_cast<double>(frameNumber) - kFrontFrame) * kTurnsPerFrame;
     View view;
-    view.worldFromObject = TurnAroundY(time);
+    view.worldFromObject = TurnAroundY(time + 0.25);
     const glm::vec3 target(0.0f, modelHeight_ * 0.36f, 0.0f);
     const auto lift = static_cast<float>(0.40 + 0.05 * SinTurns(time * 2.0));
     const glm::vec3 back = glm::normalize(glm::vec3(0.0f, lift, 1.0f));
     // A narrow picture needs more distance to hold the same width.
-    const float distance = 2.55f / std::min(1.0f, aspect_ * 0.75f);
+    const float distance = 2.45f / std::min(1.0f, aspect_ * 0.75f);
     view.eye = target + back * distance;
     view.clipFromWorld = Project(aspect_, 2.5f) * LookFrom(view.eye, back);
     view.toKey = glm::normalize(glm::vec3(-0.62f, 1.05f, 0.50f));

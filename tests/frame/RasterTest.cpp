@@ -1,0 +1,168 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <random>
+#include <vector>
+
+#include "DeterministicMath.h"
+#include "Geometry.h"
+#include "TileBuffer.h"
+
+namespace {
+
+using frame::Mesh;
+using frame::ScreenTriangle;
+using frame::TileBuffer;
+using frame::TileGrid;
+using frame::TransformedVertex;
+using frame::Vector;
+
+constexpr std::int32_t kSide = TileGrid::kSide;
+constexpr std::uint32_t kScreen = TileGrid::kSide;
+
+// A vertex at clip coordinates.
+TransformedVertex At(float x, float y, float w) {
+    TransformedVertex vertex{};
+    vertex.clip = {x * w, y * w, w - 0.1f, w};
+    return vertex;
+}
+
+void Clip(const std::vector<TransformedVertex>& vertices, std::uint32_t a, std::uint32_t b,
+          std::uint32_t c, Vector<ScreenTriangle>& out) {
+    frame::ClipTriangle({{a, b, c}, 0}, vertices.data(), kScreen, kScreen, out);
+}
+
+// Draws each triangle alone and counts for every sample how many cover it.
+std::vector<int> CountCoverage(const Vector<ScreenTriangle>& triangles) {
+    std::vector<int> counts(static_cast<std::size_t>(kSide * kSide * TileBuffer::kSamples));
+    const auto buffer = std::make_unique<TileBuffer>();
+    for (const ScreenTriangle& triangle : triangles) {
+        buffer->Start({0, 0, kSide, kSide});
+        buffer->Draw(triangle, 1);
+        for (std::int32_t i = 0; i < kSide * kSide * TileBuffer::kSamples; ++i) {
+            const std::int32_t pixel = i / TileBuffer::kSamples;
+            counts[static_cast<std::size_t>(i)] +=
+                buffer->Owners(pixel % kSide, pixel / kSide)[i % TileBuffer::kSamples] == 1;
+        }
+    }
+    return counts;
+}
+
+// A net of triangles over the whole screen, its knots where random numbers put them, some right on
+// sample positions, with either winding: every sample belongs to exactly one triangle.
+TEST(Raster, TrianglesThatShareEdgesShareNoSampleAndLeaveNone) {
+    std::mt19937 random(1);
+    for (int round = 0; round < 20; ++round) {
+        constexpr std::uint32_t kKnots = 6;
+        std::vector<TransformedVertex> vertices;
+        for (std::uint32_t j = 0; j < kKnots; ++j) {
+            for (std::uint32_t i = 0; i < kKnots; ++i) {
+                const bool isInner = i % (kKnots - 1) != 0 && j % (kKnots - 1) != 0;
+                const auto jitter = [&] {
+                    const auto step = static_cast<float>(random() % 17) - 8.0f;
+                    return isInner ? step / 8.0f * (round % 2 == 0 ? 0.14f : 1.0f / 8.0f) : 0.0f;
+                };
+                vertices.push_back(At(static_cast<float>(i) * 0.5f - 1.25f + jitter(),
+                                      static_cast<float>(j) * 0.5f - 1.25f + jitter(),
+                                      1.0f + static_cast<float>(random() % 4)));
+            }
+        }
+        Vector<ScreenTriangle> triangles;
+        for (std::uint32_t j = 0; j + 1 < kKnots; ++j) {
+            for (std::uint32_t i = 0; i + 1 < kKnots; ++i) {
+                const std::uint32_t a = j * kKnots + i;
+                Clip(vertices, a, a + 1, a + kKnots, triangles);
+                Clip(vertices, a + 1, a + kKnots, a + kKnots + 1, triangles);
+            }
+        }
+        const std::vector<int> counts = CountCoverage(triangles);
+        EXPECT_EQ(std::count(counts.begin(), counts.end(), 1),
+                  static_cast<std::ptrdiff_t>(counts.size()))
+            << "round " << round;
+    }
+}
+
+// A floor that runs under the eye and to either side far beyond the screen, as two triangles: what
+// is drawn of it is exactly what lies below the horizon, each sample once.
+TEST(Raster, ClippingKeepsWhatIsInFrontOfTheEye) {
+    const auto floorAt = [](float x, float depth) {
+        TransformedVertex vertex{};
+        vertex.clip = {x, -1.0f, depth - 0.1f, depth};
+        return vertex;
+    };
+    for (const float reach : {2.0f, 50.0f, 5000.0f}) {
+        const std::vector<TransformedVertex> vertices = {
+            floorAt(-reach, -reach), floorAt(reach, -reach), floorAt(-reach, reach),
+            floorAt(reach, reach)};
+        Vector<ScreenTriangle> triangles;
+        Clip(vertices, 0, 1, 2, triangles);
+        Clip(vertices, 1, 3, 2, triangles);
+        const std::vector<int> counts = CountCoverage(triangles);
+        // The far edge stands at 1/reach of the half screen below the middle.
+        const double edge = (1.0 + 1.0 / static_cast<double>(reach)) * kSide / 2.0;
+        for (std::size_t i = 0; i < counts.size(); ++i) {
+            const auto pixel = static_cast<std::int32_t>(i) / TileBuffer::kSamples;
+            const TileBuffer::Offset offset = TileBuffer::kOffsets[i % TileBuffer::kSamples];
+            const double y = pixel / kSide + 0.5 + offset.y / 256.0;
+            if (std::fabs(y - edge) > 0.02) {
+                ASSERT_EQ(counts[i], y > edge) << "reach " << reach << ", sample " << i;
+            }
+        }
+    }
+    const std::vector<TransformedVertex> behind = {At(0, 0, -1), At(1, 0, -2), At(0, 1, 0.05f)};
+    const std::vector<TransformedVertex> beside = {At(9, 0, 1), At(8, 1, 1), At(8, 0, 2)};
+    Vector<ScreenTriangle> triangles;
+    Clip(behind, 0, 1, 2, triangles);
+    Clip(beside, 0, 1, 2, triangles);
+    EXPECT_TRUE(triangles.empty());
+}
+
+// Three triangles that lean through each other: whatever the order of drawing, the nearest wins,
+// and that one is what a look at the planes themselves says.
+TEST(Raster, DepthDoesNotHangOnTheOrder) {
+    const std::vector<TransformedVertex> vertices = {
+        At(-1.5f, -1.5f, 1.0f), At(1.5f, -1.3f, 4.0f), At(0.1f, 1.7f, 2.0f),
+        At(-1.4f, 1.2f, 1.2f),  At(1.6f, 1.1f, 3.0f),  At(0.3f, -1.6f, 1.1f),
+        At(-1.7f, 0.2f, 5.0f),  At(1.4f, 1.5f, 0.9f),  At(1.2f, -1.4f, 1.6f)};
+    Vector<ScreenTriangle> triangles;
+    for (const std::uint32_t first : {0u, 3u, 6u}) {
+        Clip(vertices, first, first + 1, first + 2, triangles);
+    }
+    ASSERT_EQ(triangles.size(), 3u);
+    std::vector<std::uint32_t> order = {0, 1, 2};
+    std::vector<std::uint32_t> expected;
+    const auto buffer = std::make_unique<TileBuffer>();
+    do {
+        buffer->Start({0, 0, kSide, kSide});
+        for (const std::uint32_t each : order) {
+            buffer->Draw(triangles[each], each);
+        }
+        const std::uint32_t* const owners = buffer->Owners(0, 0);
+        const std::vector<std::uint32_t> seen(owners,
+                                              owners + kSide * kSide * TileBuffer::kSamples);
+        if (expected.empty()) {
+            expected = seen;
+            for (const std::uint32_t owner : {0u, 1u, 2u, TileBuffer::kNobody}) {
+                EXPECT_GT(std::count(seen.begin(), seen.end(), owner), 10) << owner;
+            }
+        }
+        EXPECT_EQ(seen, expected);
+    } while (std::next_permutation(order.begin(), order.end()));
+}
+
+TEST(Raster, MathematicsIsCloseToTheExact) {
+    for (double turns = -3.0; turns < 3.0; turns += 0.0137) {
+        EXPECT_NEAR(frame::SinTurns(turns), std::sin(turns * 6.283185307179586), 1e-9) << turns;
+        EXPECT_NEAR(frame::CosTurns(turns), std::cos(turns * 6.283185307179586), 1e-9) << turns;
+    }
+    for (float x = 0.0f; x <= 1.0f; x += 1.0f / 512.0f) {
+        const double exact =
+            x < 0.0031308f ? 12.92 * x : 1.055 * std::pow(static_cast<double>(x), 1 / 2.4) - 0.055;
+        EXPECT_NEAR(frame::EncodeSrgb(x), exact, 1.5 / 255) << x;
+        EXPECT_LE(frame::EncodeSrgb(x), 1.0f);
+    }
+}
+
+}  // namespace
