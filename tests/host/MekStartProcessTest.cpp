@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "host/HostChild.h"
+#include "support/CaptureStream.h"
 #include "support/TempDir.h"
 #include "support/WaitUntil.h"
 
@@ -133,7 +134,11 @@ TEST(MekStartProcess, KeepsDescriptorsToItself) {
     const int descriptor = open(directory.File("open").c_str(), O_CREAT | O_RDWR, 0600);
     ASSERT_GE(descriptor, 0);
     EXPECT_EQ(Start(kHostChild, {"owns", std::to_string(descriptor)}, true).result, 0);
-    EXPECT_EQ(Start(kHostChild, {"owns", "2"}, true).result, 1);
+    {
+        const test::CaptureStream errors(2);
+        EXPECT_EQ(Start(kHostChild, {"owns", "2"}, true).result, 1);
+        EXPECT_EQ(errors.Text(), "x");
+    }
     EXPECT_EQ(write(descriptor, "x", 1), 1);
     close(descriptor);
 }

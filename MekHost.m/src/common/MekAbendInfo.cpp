@@ -29,8 +29,7 @@ private:
     std::atomic<bool> held_{false};
 };
 
-// What is kept of a text that outgrew its limit: the newer half at most, from the beginning of a
-// line if one begins there.
+// Where the newer half of a text begins, or better the first line in it.
 std::size_t OldestHalf(std::string_view text) {
     const std::size_t half = (text.size() + 1) / 2;
     const std::size_t lineEnd = text.find('\n', half - 1);
@@ -54,8 +53,10 @@ struct MekAbendInfo::Section {
         Trim();
     }
     void Append(std::string_view added) {
+        // Of an addition that fills the section alone no more is taken than trimming it can use.
         if (limit && added.size() > limit) {
-            added.remove_prefix(added.size() - limit);
+            text.clear();
+            added = added.substr(added.size() - std::min(added.size(), 2 * limit));
         }
         text.append(added);
         Trim();

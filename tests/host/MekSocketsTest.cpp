@@ -1,0 +1,240 @@
+#include <MekHost/MekStatus.h>
+#include <MekHost/process/MekEnvironment.h>
+#include <MekHost/system/MekSockets.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <climits>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "host/HostChild.h"
+#include "support/WaitUntil.h"
+
+namespace {
+
+using Connection = std::unique_ptr<MekSockets>;
+
+Connection ConnectTo(int port) {
+    MekSockets* connection = nullptr;
+    EXPECT_EQ(MekSockets::Connect("127.0.0.1", port, -1, &connection), kMekOk);
+    return Connection(connection);
+}
+
+Connection AcceptFrom(MekSocketConnector& listener) {
+    MekSockets* client = nullptr;
+    EXPECT_EQ(listener.Select(-1), kMekOk);
+    EXPECT_EQ(listener.Accept(&client), kMekOk);
+    return Connection(client);
+}
+
+// A listener on a free port and one connection to it, both ends in this process.
+struct Pair {
+    Pair() {
+        EXPECT_EQ(listener.Declare(), kMekOk);
+        client = ConnectTo(listener.GetPort());
+        server = AcceptFrom(listener);
+    }
+
+    MekSocketConnector listener{0, 1, 2};
+    Connection client;
+    Connection server;
+};
+
+// Receives until `bytes` have come or the connection ends.
+std::string ReceiveAll(MekSockets& connection, std::size_t bytes = SIZE_MAX) {
+    std::string all;
+    std::string buffer(64 * 1024, '\0');
+    std::size_t received = 0;
+    while (all.size() < bytes &&
+           connection.Receive(buffer.data(), std::min(buffer.size(), bytes - all.size()), -1,
+                              &received) == kMekOk) {
+        all.append(buffer, 0, received);
+    }
+    return all;
+}
+
+std::string Pattern(std::size_t bytes) {
+    std::string pattern(bytes, '\0');
+    for (std::size_t i = 0; i < bytes; ++i) {
+        pattern[i] = static_cast<char>(i * 31 + (i >> 12));
+    }
+    return pattern;
+}
+
+TEST(MekSockets, AnswersMisuseWithAStatus) {
+    constexpr int kBadListeners[][3] = {{-1, 1, 2}, {65536, 1, 2}, {INT_MIN, 1, 2}, {0, 2, 2},
+                                        {0, 0, 2},  {0, 1, 1},     {0, 1, 10}};
+    MekSockets* made = nullptr;
+    for (const auto& [port, type, family] : kBadListeners) {
+        MekSocketConnector listener(port, type, family);
+        EXPECT_EQ(listener.Declare(), kMekInvalidParameter) << port << type << family;
+        EXPECT_EQ(listener.Select(0), kMekInvalidHandle);
+        EXPECT_EQ(listener.Accept(&made), kMekInvalidHandle);
+        EXPECT_EQ(listener.GetPort(), port);
+    }
+    Pair pair;
+    EXPECT_EQ(pair.listener.Declare(), kMekInvalidParameter);
+    EXPECT_EQ(pair.listener.Select(-2), kMekInvalidParameter);
+    EXPECT_EQ(pair.listener.Accept(nullptr), kMekInvalidParameter);
+    const int port = pair.listener.GetPort();
+    EXPECT_EQ(MekSockets::Connect("127.0.0.1", port, 0, nullptr), kMekInvalidParameter);
+    for (const char* const address : {"", "localhost", "1.2.3", "::1", "256.0.0.1"}) {
+        EXPECT_EQ(MekSockets::Connect(address, port, 0, &made), kMekInvalidParameter) << address;
+    }
+    EXPECT_EQ(MekSockets::Connect(nullptr, port, 0, &made), kMekInvalidParameter);
+    EXPECT_EQ(MekSockets::Connect("127.0.0.1", port, -2, &made), kMekInvalidParameter);
+    EXPECT_EQ(MekSockets::Connect("127.0.0.1", 0, 0, &made), kMekInvalidParameter);
+    EXPECT_EQ(MekSockets::Connect("127.0.0.1", 65536, 0, &made), kMekInvalidParameter);
+    EXPECT_EQ(made, nullptr);
+
+    char byte = 0;
+    std::size_t moved = 77;
+    EXPECT_EQ(pair.client->SetSendTimeout(-2), kMekInvalidParameter);
+    EXPECT_EQ(pair.client->Send(nullptr, 1, &moved), kMekInvalidParameter);
+    EXPECT_EQ(pair.client->Send(nullptr, 0), kMekOk);
+    EXPECT_EQ(pair.client->Receive(nullptr, 1, 0, &moved), kMekInvalidParameter);
+    EXPECT_EQ(pair.client->Receive(&byte, 0, 0, &moved), kMekInvalidParameter);
+    EXPECT_EQ(pair.client->Receive(&byte, 1, 0, nullptr), kMekInvalidParameter);
+    EXPECT_EQ(pair.client->Receive(&byte, 1, -2, &moved), kMekInvalidParameter);
+    EXPECT_EQ(pair.client->Receive(&byte, 1, 1, &moved), kMekTimeout);
+    EXPECT_EQ(moved, 0u);
+    pair.client->Close();
+    pair.client->Close();
+    EXPECT_EQ(pair.client->Send(&byte, 1), kMekInvalidHandle);
+    EXPECT_EQ(pair.client->Receive(&byte, 1, -1, &moved), kMekInvalidHandle);
+}
+
+TEST(MekSocketConnector, TakesAPortAgainOnlyWhenItIsFree) {
+    auto first = std::make_unique<Pair>();
+    const int port = first->listener.GetPort();
+    MekSocketConnector second(port, 1, 2);
+    EXPECT_EQ(second.Declare(), kMekAddressInUse);
+    MekSockets* client = nullptr;
+    EXPECT_EQ(first->listener.Select(0), kMekTimeout);
+    EXPECT_EQ(first->listener.Accept(&client), kMekTimeout);
+    EXPECT_EQ(client, nullptr);
+    // The server's end closes first, so it is the one that lingers on the port.
+    first->server.reset();
+    first.reset();
+    EXPECT_EQ(MekSockets::Connect("127.0.0.1", port, -1, &client), kMekConnectionRefused);
+    EXPECT_EQ(client, nullptr);
+    EXPECT_EQ(second.Declare(), kMekOk);
+    ConnectTo(port);
+}
+
+TEST(MekSocketConnector, ListensWhereTheEnvironmentSays) {
+    struct {
+        const char* address;
+        std::int32_t status;
+        bool isHeardOnLoopback;
+    } const kCases[] = {{"", kMekOk, true},
+                        {"0.0.0.0", kMekOk, true},
+                        {"127.0.0.2", kMekOk, false},
+                        {"everywhere", kMekInvalidParameter, false},
+                        {"192.0.2.1", kMekFailed, false}};  // set aside for documents
+    for (const auto& [address, status, isHeard] : kCases) {
+        MekPutEnv((std::string("ZelLogListenAddress=") + address).c_str());
+        MekSocketConnector listener(0, 1, 2);
+        EXPECT_EQ(listener.Declare(), status) << address;
+        if (status == kMekOk) {
+            MekSockets* client = nullptr;
+            EXPECT_EQ(MekSockets::Connect("127.0.0.1", listener.GetPort(), -1, &client),
+                      isHeard ? kMekOk : kMekConnectionRefused)
+                << address;
+            delete client;
+        }
+    }
+    MekRemoveEnv("ZelLogListenAddress");
+}
+
+TEST(MekSockets, CarriesBytesToAnotherProcessAndBack) {
+    MekSocketConnector listener(0, 1, 2);
+    ASSERT_EQ(listener.Declare(), kMekOk);
+    ASSERT_EQ(
+        test::Start(test::kHostChild, {"echo", std::to_string(listener.GetPort())}, false).status,
+        kMekOk);
+    const Connection peer = AcceptFrom(listener);
+    const std::string sent = Pattern(4 << 20);
+    std::string received;
+    std::thread receiver([&] { received = ReceiveAll(*peer, sent.size()); });
+    std::size_t count = 0;
+    EXPECT_EQ(peer->Send(sent.data(), sent.size(), &count), kMekOk);
+    receiver.join();
+    EXPECT_EQ(count, sent.size());
+    EXPECT_TRUE(received == sent);
+}
+
+TEST(MekSockets, TellsWhenThePeerDied) {
+    MekSocketConnector listener(0, 1, 2);
+    ASSERT_EQ(listener.Declare(), kMekOk);
+    ASSERT_EQ(
+        test::Start(test::kHostChild, {"die", std::to_string(listener.GetPort())}, false).status,
+        kMekOk);
+    const Connection peer = AcceptFrom(listener);
+    EXPECT_EQ(ReceiveAll(*peer, 1), "!");
+    EXPECT_EQ(peer->Send("?", 1), kMekOk);
+    char byte = 0;
+    std::size_t received = 77;
+    EXPECT_EQ(peer->Receive(&byte, 1, -1, &received), kMekDisconnected);
+    EXPECT_EQ(received, 0u);
+    // The system notices a dead peer with the first or second send.
+    EXPECT_TRUE(test::WaitUntil([&] { return peer->Send("?", 1) == kMekDisconnected; }));
+    EXPECT_EQ(peer->Send("?", 1), kMekDisconnected);
+}
+
+TEST(MekSockets, GivesUpASendToAPeerThatDoesNotRead) {
+    const std::string sent = Pattern(16 << 20);  // more than the system's buffers take
+    for (const int timeout : {0, 30}) {
+        Pair pair;
+        std::size_t count = 0;
+        EXPECT_EQ(pair.server->SetSendTimeout(timeout), kMekOk);
+        EXPECT_EQ(pair.server->Send(sent.data(), sent.size(), &count), kMekTimeout);
+        EXPECT_GT(count, 0u);
+        EXPECT_LT(count, sent.size());
+        EXPECT_TRUE(ReceiveAll(*pair.client, count) == sent.substr(0, count));
+    }
+}
+
+// The peer wrote something that nobody read; that must not cost it the end of the stream.
+TEST(MekSockets, DeliversTheLastWordsThoughBytesWereUnread) {
+    const std::string last = Pattern(100000) + "--last words--";
+    for (int round = 0; round < 50; ++round) {
+        Pair pair;
+        EXPECT_EQ(pair.client->Send(last.data(), 5000), kMekOk);
+        EXPECT_EQ(pair.server->Send(last.data(), last.size()), kMekOk);
+        pair.server.reset();
+        EXPECT_TRUE(ReceiveAll(*pair.client) == last);
+    }
+}
+
+// Close() ends what another thread is doing on the connection, wherever it has got to.
+TEST(MekSockets, CloseEndsTheCallsOfOtherThreads) {
+    const std::string block = Pattern(1 << 20);
+    for (const bool sends : {true, false}) {
+        for (int round = 0; round < 20; ++round) {
+            Pair pair;
+            std::atomic<bool> began{false};
+            std::int32_t status = kMekOk;
+            std::thread worker([&] {
+                std::string buffer(block);
+                std::size_t received = 0;
+                began = true;
+                while (status == kMekOk) {
+                    status = sends ? pair.server->Send(block.data(), block.size())
+                                   : pair.server->Receive(buffer.data(), 1, -1, &received);
+                }
+            });
+            EXPECT_TRUE(test::WaitUntil([&] { return began.load(); }));
+            pair.server->Close();
+            worker.join();
+            EXPECT_TRUE(status == kMekDisconnected || status == kMekInvalidHandle) << status;
+        }
+    }
+}
+
+}  // namespace
