@@ -9,8 +9,11 @@
 #include <vector>
 
 #include "ZelREKernel/core/vCPUInfos.h"
+#include "ZelREKernel/profiling/vProfilerManager.h"
 #include "ZelREKernel/tasks/vThreadPoolManager.h"
+#include "support/CaptureStream.h"
 #include "support/ScopedCheckHandler.h"
+#include "support/TempDir.h"
 #include "support/WaitUntil.h"
 
 namespace {
@@ -141,8 +144,26 @@ TEST_F(vTaskManagerTest, DestroyInstanceWaitsForWhatIsInTheSlots) {
     }
     Manager().Run(eAsyncTask5, [] { throw std::runtime_error("nobody waits"); });
     Manager().Run(eAsyncTask4, [] { throw 4; });
+    test::CaptureStream output(1);
     EXPECT_TRUE(vTaskManager::DestroyInstance());
     EXPECT_GE(done, 4);  // the two that threw may have kept others of their slot from running
+    EXPECT_EQ(output.Text(),
+              "[ERROR]\t : vTaskManager : work failed\n"
+              "[ERROR]\t : vTaskManager : work failed : nobody waits\n");
+}
+
+TEST_F(vTaskManagerTest, TheWaitShowsInTheTrace) {
+    const test::TempDir directory;
+    ZKL::vProfilerManager& profiler = ZKL::vProfilerManager::CreateInstance();
+    profiler.SetTraceDirectory(directory.Path().string().c_str());
+    profiler.TurnOn();
+    Manager().WaitTask(eAsyncTask1, 4711);
+    profiler.TurnOff();
+    ASSERT_TRUE(profiler.FlushProfiler());
+    ZKL::vProfilerManager::DestroyInstance();
+    const std::string trace = test::ReadFile(directory.File("profiling.js"));
+    EXPECT_NE(trace.find(R"("ph":"B","name":"WaitTask")"), trace.npos) << trace;
+    EXPECT_NE(trace.find(R"("args":{"flowName":"4711"})"), trace.npos) << trace;
 }
 
 TEST_F(vTaskManagerTest, AnIdThatIsNoSlotIsAMisuse) {

@@ -6,6 +6,7 @@
 #include <mutex>
 
 #include "ZelREKernel/base/vSlimLock.h"
+#include "ZelREKernel/core/vLog.h"
 #include "core/ProcessorTopology.h"
 
 namespace ZKL {
@@ -66,7 +67,10 @@ bool Survey() {
     if (!QueryProcessorTopology(topology)) {
         return false;
     }
-    s_record = {.features = ReadFeatures(),
+    const std::uint32_t features = ReadFeatures();
+    LogAbendTrace(vLogger::eRelease, "AVX Support : %d\n, AVX2 Support : %d\n",
+                  (features & vCPUInfos::kAVX) ? 1 : 0, (features & vCPUInfos::kAVX2) ? 1 : 0);
+    s_record = {.features = features,
                 .numaNodes = topology.nodes,
                 .cores = topology.cores,
                 .logicalProcessors = topology.processors};

@@ -3,9 +3,13 @@
 #include <MekHost/assertion/MekCheck.h>
 #include <oneapi/tbb/task.h>
 
+#include <cstdint>
 #include <exception>
 
 #include "ZelREKernel/core/vCPUInfos.h"
+#include "ZelREKernel/core/vLog.h"
+#include "ZelREKernel/profiling/vProfiler.h"
+#include "ZelREKernel/profiling/vProfilerWithFlow.h"
 #include "ZelREKernel/tasks/vThreadPoolManager.h"
 
 namespace {
@@ -54,13 +58,17 @@ vTaskManager::~vTaskManager() {
         try {
             _Join(slot);
         } catch (const std::exception& error) {
+            ZKL::LogDefault(ZKL::vLogger::eError, "vTaskManager : work failed : %s", error.what());
         } catch (...) {
+            ZKL::LogDefault(ZKL::vLogger::eError, "vTaskManager : work failed");
         }
     }
 }
 
 void vTaskManager::WaitTask(EAsyncTaskID id, unsigned int flowId) {
-    static_cast<void>(flowId);
+    static const std::uint32_t s_scopeName = ZKL::vProfiler::RegisterName("WaitTask");
+    static const std::uint32_t s_flowName = ZKL::vProfiler::RegisterName("flowName");
+    const ZKL::vProfilerWithFlow scope(s_scopeName, s_flowName, flowId);
     if (IsSlot(id)) {
         _Join(slots_[id]);
     }

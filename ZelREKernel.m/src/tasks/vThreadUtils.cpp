@@ -2,6 +2,8 @@
 
 #include <MekHost/assertion/MekCheck.h>
 
+#include "ZelREKernel/core/vLog.h"
+#include "ZelREKernel/profiling/vProfiler.h"
 #include "tasks/NativeThread.h"
 
 namespace {
@@ -11,8 +13,8 @@ constexpr unsigned int kProcessorsPerGroup = 64;
 }  // namespace
 
 void vThreadUtils::SetThreadAffinity(unsigned int group, unsigned int cpu) {
-    if (cpu < kProcessorsPerGroup) {
-        ZKL::SetNativeThreadAffinity(group, cpu);
+    if (cpu < kProcessorsPerGroup && !ZKL::SetNativeThreadAffinity(group, cpu)) {
+        ZKL::LogDefault(ZKL::vLogger::eError, "Fail to set Affinity");
     }
 }
 
@@ -21,5 +23,6 @@ void vThreadUtils::SetThreadName(const char* name) {
         Check_Pointer_Failed__("name", __FILE__, __LINE__);
         return;
     }
+    ZKL::vProfiler::RecordMetaData(ZKL::vProfiler::eThreadName, name, 0);
     ZKL::SetNativeThreadName(name);
 }

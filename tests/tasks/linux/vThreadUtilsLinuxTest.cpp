@@ -7,6 +7,8 @@
 #include <string>
 #include <thread>
 
+#include "support/CaptureStream.h"
+
 namespace {
 
 std::string NameAfter(const char* given) {
@@ -59,15 +61,19 @@ TEST(vThreadUtils, AffinityBindsToOneProcessorOrLeavesTheThreadAlone) {
         const auto processor = static_cast<unsigned>(usable);
         vThreadUtils::SetThreadAffinity(processor / 64, processor % 64);
         EXPECT_EQ(BoundTo(), usable);
+        test::CaptureStream output(1);
         // None of these is a processor of any machine that runs this.
         for (const unsigned group : {1023u, 1024u, 0xFFFFFFFFu}) {
             vThreadUtils::SetThreadAffinity(group, 63);
             EXPECT_EQ(BoundTo(), usable) << group;
         }
+        const std::string line = "[ERROR]\t : Fail to set Affinity\n";
+        EXPECT_EQ(output.Text(), line + line + line);
         for (const unsigned cpu : {64u, 64u + processor % 64, 0xFFFFFFFFu}) {
             vThreadUtils::SetThreadAffinity(0, cpu);
             EXPECT_EQ(BoundTo(), usable) << cpu;
         }
+        EXPECT_EQ(output.Text().size(), 3 * line.size());
     }).join();
 }
 
