@@ -11,5 +11,6 @@
 #include "MekHost/system/MekMutex.h"
 #include "MekHost/system/MekSockets.h"
 #include "MekHost/system/MekThreads.h"
+#include "MekHost/system/MekUnicodeString.h"
 #include "MekHost/system/RudSysJob.h"
 #include "MekHost/system/RudSysSemaphore.h"

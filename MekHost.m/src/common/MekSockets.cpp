@@ -27,6 +27,7 @@ struct MekSocketConnector::Native {
     int type = 0;
     int family = 0;
     mek::SocketHandle handle = mek::kNoSocket;
+    std::atomic<bool> isClosed{false};
 };
 
 MekSockets::MekSockets(Native* native) : native_(native) {}
@@ -128,8 +129,11 @@ void MekSockets::Close() {
     }
 }
 
-MekSocketConnector::MekSocketConnector(int port, int type, int family)
-    : native_(new Native{port, type, family}) {}
+MekSocketConnector::MekSocketConnector(int port, int type, int family) : native_(new Native) {
+    native_->port = port;
+    native_->type = type;
+    native_->family = family;
+}
 
 MekSocketConnector::~MekSocketConnector() {
     if (native_->handle != mek::kNoSocket) {
@@ -154,7 +158,7 @@ std::int32_t MekSocketConnector::Select(int timeoutMs) {
     if (!mek::Deadline::IsValid(timeoutMs)) {
         return kMekInvalidParameter;
     }
-    if (native_->handle == mek::kNoSocket) {
+    if (native_->handle == mek::kNoSocket || native_->isClosed) {
         return kMekInvalidHandle;
     }
     return mek::WaitForSocket(native_->handle, mek::Direction::kReceive, mek::Deadline(timeoutMs));
@@ -165,7 +169,7 @@ std::int32_t MekSocketConnector::Accept(MekSockets** client) {
         return kMekInvalidParameter;
     }
     *client = nullptr;
-    if (native_->handle == mek::kNoSocket) {
+    if (native_->handle == mek::kNoSocket || native_->isClosed) {
         return kMekInvalidHandle;
     }
     mek::SocketHandle handle = mek::kNoSocket;
@@ -174,6 +178,12 @@ std::int32_t MekSocketConnector::Accept(MekSockets** client) {
         *client = new MekSockets(new MekSockets::Native{handle});
     }
     return status;
+}
+
+void MekSocketConnector::Close() {
+    if (native_->handle != mek::kNoSocket && !native_->isClosed.exchange(true)) {
+        mek::ShutDownSocket(native_->handle);
+    }
 }
 
 int MekSocketConnector::GetPort() const {

@@ -31,8 +31,8 @@ std::int32_t SendSome(SocketHandle handle, const void* data, std::size_t bytes, 
 std::int32_t ReceiveSome(SocketHandle handle, void* buffer, std::size_t bytes,
                          std::size_t* received);
 
-// Ends the connection in both directions, which also ends the waits of other threads; the handle
-// stays taken, so that those threads cannot meet another socket under its number.
+// Ends a connection in both directions, or a listener, which also ends the waits of other threads;
+// the handle stays taken, so that those threads cannot meet another socket under its number.
 void ShutDownSocket(SocketHandle handle);
 void CloseSocket(SocketHandle handle);
 

@@ -5,6 +5,8 @@
 
 #include "MekHost/assertion/MekCheck.h"
 #include "ZelREKernel/core/vLoggerOutput.h"
+#include "core/AbendLoggerOutput.h"
+#include "core/NetworkLoggerOutput.h"
 #include "core/StreamLoggerOutput.h"
 
 namespace ZKL {
@@ -25,6 +27,12 @@ vLoggerOutput* MakeOutput(std::string_view name) {
     }
     if (name == "stderr") {
         return new StreamLoggerOutput(stderr);
+    }
+    if (name == "network") {
+        return new NetworkLoggerOutput;
+    }
+    if (name == "abendTrace") {
+        return new AbendLoggerOutput;
     }
     return MakeFileOutput(name.data());
 }

@@ -2,8 +2,8 @@
 
 // TCP: a listener and a connection. Addresses are IPv4.
 //
-// One thread at a time per object, except that Close() of a connection may be called while another
-// thread is inside Send or Receive, which then return kMekDisconnected. A send to a peer that is
+// One thread at a time per object, except that Close() may be called while another thread is inside
+// Send, Receive, Select or Accept, which then return without delay. A send to a peer that is
 // gone is a status, never a signal.
 
 #include <cstddef>
@@ -69,6 +69,9 @@ public:
     // kMekTimeout says that nobody is waiting; kMekOutOfMemory, that there is no descriptor for the
     // client, who stays in the queue. Never blocks.
     std::int32_t Accept(MekSockets** client);
+    // Stops listening; whoever waits in Select is woken. Afterwards Select and Accept return
+    // kMekInvalidHandle. Safe to call again.
+    void Close();
     // The port in use after Declare, the one asked for before.
     int GetPort() const;
 

@@ -1,0 +1,114 @@
+#include "core/LogSocketServer.h"
+
+#include <chrono>
+#include <mutex>
+#include <new>
+#include <thread>
+
+#include "MekHost/MekStatus.h"
+
+namespace ZKL {
+namespace {
+
+constexpr int kByteStream = 1;
+constexpr int kIPv4 = 2;
+constexpr int kSelectTimeoutMs = 1000;
+// Between two tries to accept while the system has no descriptors left.
+constexpr std::chrono::milliseconds kAcceptPause(20);
+
+}  // namespace
+
+LogSocketServer::LogSocketServer()
+    : MekThreads("Zelo:LogSocket", nullptr, -1, 0, 0), name_(u"Zelo:LogSocket") {}
+
+LogSocketServer::~LogSocketServer() {
+    running_.store(0);
+    {
+        const std::lock_guard guard(mutex_);
+        if (connector_) {
+            connector_->Close();  // wakes the thread, which uses it until it ends
+        }
+        DropClient();
+    }
+    Join();
+    delete connector_;
+}
+
+void LogSocketServer::Send(std::string_view text) {
+    const std::lock_guard guard(mutex_);
+    if (client_ && !SendAll(text) && ++sendFailures_ > kMaxSendFailures) {
+        DropClient();
+    }
+}
+
+std::int32_t LogSocketServer::Run() {
+    if (!Listen()) {
+        return kMekFailed;
+    }
+    while (running_.load()) {
+        connector_->Select(kSelectTimeoutMs);
+        const std::int32_t status = AcceptViewer();
+        if (status != kMekOk && status != kMekTimeout && running_.load()) {
+            std::this_thread::sleep_for(kAcceptPause);
+        }
+    }
+    return kMekOk;
+}
+
+bool LogSocketServer::Listen() {
+    const std::lock_guard guard(mutex_);
+    if (!running_.load()) {
+        return false;
+    }
+    try {
+        connector_ = new MekSocketConnector(kPort, kByteStream, kIPv4);
+        return connector_->Declare() == kMekOk;
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
+std::int32_t LogSocketServer::AcceptViewer() {
+    MekSockets* client = nullptr;
+    try {
+        if (const std::int32_t status = connector_->Accept(&client); status != kMekOk) {
+            return status;
+        }
+    } catch (const std::bad_alloc&) {
+        return kMekOutOfMemory;
+    }
+    client->SetSendTimeout(kSendTimeoutMs);
+    const std::lock_guard guard(mutex_);
+    DropClient();
+    client_ = client;
+    sendFailures_ = 0;
+    return kMekOk;
+}
+
+void LogSocketServer::DropClient() {
+    const std::lock_guard guard(mutex_);
+    if (client_) {
+        client_->Close();
+        delete client_;
+        client_ = nullptr;
+    }
+    unsent_.clear();
+}
+
+bool LogSocketServer::SendAll(std::string_view text) {
+    std::size_t sent = 0;
+    if (!unsent_.empty()) {
+        const std::int32_t status = client_->Send(unsent_.data(), unsent_.size(), &sent);
+        unsent_.erase(0, sent);
+        if (status != kMekOk) {
+            return false;
+        }
+    }
+    const std::int32_t status = client_->Send(text.data(), text.size(), &sent);
+    if (status != kMekOk && sent > 0) {
+        unsent_.assign(text.substr(sent));
+    }
+    return status == kMekOk;
+}
+
+}  // namespace ZKL

@@ -1,0 +1,56 @@
+#pragma once
+
+// Listens on the log's TCP port and sends text to the viewer that connected last.
+//
+// Send may be called from any thread. It waits at most kSendTimeoutMs for a viewer that does not
+// read, so that such a one cannot stall the threads that log. What a time-out cut off is kept and
+// goes out before any later text, and a text that finds it still in the way is dropped whole: the
+// viewer misses lines but never sees a torn one.
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "MekHost/system/MekMutex.h"
+#include "MekHost/system/MekSockets.h"
+#include "MekHost/system/MekThreads.h"
+#include "MekHost/system/MekUnicodeString.h"
+
+namespace ZKL {
+
+class LogSocketServer final : public MekThreads {
+public:
+    static constexpr int kPort = 4666;
+    static constexpr int kSendTimeoutMs = 20;
+    static constexpr std::int32_t kMaxSendFailures = 5;
+
+    // Throws std::bad_alloc or std::system_error.
+    LogSocketServer();
+    // Frees the port, disconnects the viewer and waits for the thread.
+    ~LogSocketServer() override;
+
+    // Sends the text to the viewer, if there is one. A viewer is dropped when it has failed to take
+    // a text more than kMaxSendFailures times; successes in between do not count in its favour.
+    void Send(std::string_view text);
+
+private:
+    // Declares the port, then accepts viewers until the destructor runs. Without the port it ends
+    // at once.
+    std::int32_t Run() override;
+    bool Listen();
+    // Lets the client that waits take the place of the one before. Returns what Accept returned.
+    std::int32_t AcceptViewer();
+    void DropClient();
+    bool SendAll(std::string_view text);
+
+    MekUnicodeString name_;
+    MekMutex mutex_;
+    std::atomic<std::int32_t> running_{1};
+    std::int32_t sendFailures_ = 0;
+    MekSocketConnector* connector_ = nullptr;
+    MekSockets* client_ = nullptr;
+    std::string unsent_;  // the rest of a text that a time-out cut off
+};
+
+}  // namespace ZKL
