@@ -7,10 +7,9 @@
 #include <atomic>
 #include <fstream>
 #include <string>
-#include <thread>
-#include <vector>
 
 #include "support/TempDir.h"
+#include "support/Threads.h"
 
 namespace {
 
@@ -56,20 +55,15 @@ TEST(MekAbendInfo, WritesItsSectionsInTheOrderAskedFor) {
 
 TEST(MekAbendInfo, KeepsTheNewerHalfFromTheBeginningOfALine) {
     const std::string line = std::string(99, 'x') + '\n';  // ten of them are 1,000 bytes
-    const auto lines = [&](int count) {
-        std::string text;
+    const auto repeat = [](const std::string& text, int count) {
+        std::string all;
         while (count-- > 0) {
-            text += line;
+            all += text;
         }
-        return text;
+        return all;
     };
-    const std::string umlauts = [] {
-        std::string text;
-        while (text.size() < 1202) {
-            text += "\xC3\xA4";
-        }
-        return text;
-    }();
+    const auto lines = [&](int count) { return repeat(line, count); };
+    const std::string umlauts = repeat("\xC3\xA4", 601);
     struct {
         unsigned sizeClass;
         std::string text;
@@ -101,31 +95,25 @@ TEST(MekAbendInfo, KeepsTheNewerHalfFromTheBeginningOfALine) {
 // Sections come, go, move and grow while two reports are written again and again; what a report
 // holds is whole sections and nothing else.
 TEST(MekAbendInfo, ReportsWhileSectionsChange) {
-    for (const int threads : {1, 2, 8, 64}) {
+    for (const int threads : test::kThreadCounts) {
         std::atomic<int> running{threads};
-        std::vector<std::thread> writers;
-        for (int i = 0; i < threads; ++i) {
-            writers.emplace_back([&] {
-                for (int round = 0; round < 200 / threads + 1; ++round) {
-                    MekAbendInfo info(1);
-                    for (int step = 0; step < 20; ++step) {
-                        info.SetInformationSpecs(1, "S", step % 5, step % 2);
-                        info.Append("text of this section\n");
-                    }
-                }
-                --running;
-            });
-        }
         const test::TempDir directory;
         const int descriptor = open(directory.File("report").c_str(), O_CREAT | O_RDWR, 0600);
-        do {
-            MekAbendInfo::WriteReport();
-            EXPECT_EQ(MekAbendInfo::WriteReportToDescriptor(descriptor), kMekOk);
-        } while (running > 0);
+        test::OnThreads(threads + 1, [&](int i) {
+            for (int round = 0; i < threads && round < 200 / threads + 1; ++round) {
+                MekAbendInfo info(1);
+                for (int step = 0; step < 20; ++step) {
+                    info.SetInformationSpecs(1, "S", step % 5, step % 2);
+                    info.Append("text of this section\n");
+                }
+            }
+            running -= i < threads;
+            while (i == threads && running > 0) {
+                MekAbendInfo::WriteReport();
+                EXPECT_EQ(MekAbendInfo::WriteReportToDescriptor(descriptor), kMekOk);
+            }
+        });
         close(descriptor);
-        for (std::thread& writer : writers) {
-            writer.join();
-        }
         std::ifstream report(directory.File("report"));
         for (std::string line; std::getline(report, line);) {
             EXPECT_TRUE(line.empty() || line == "==== S ====" || line == "text of this section" ||

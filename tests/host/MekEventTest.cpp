@@ -8,6 +8,8 @@
 #include <thread>
 #include <vector>
 
+#include "support/Threads.h"
+
 namespace {
 
 using Event = std::unique_ptr<MekEvent>;
@@ -69,58 +71,49 @@ TEST(MekEvent, AnswersMisuseWithAStatus) {
 
 // Every thread does a piece of work that is visible to whoever its event lets through.
 TEST(MekEvent, WaitForAllSeesTheWorkBehindEverySignal) {
-    for (const std::size_t threads : {1u, 2u, 8u, 64u}) {
-        const std::vector<Event> events = MakeMany(threads);
-        std::vector<int> work(threads, 0);
-        std::vector<std::thread> workers;
-        for (std::size_t i = 0; i < threads; ++i) {
-            workers.emplace_back([&, i] {
-                work[i] = 1;
-                events[i]->Signal(0);
-            });
-        }
-        const std::vector<MekEvent*> all = Pointers(events);
+    for (const int threads : test::kThreadCounts) {
         const auto count = static_cast<unsigned>(threads);
-        EXPECT_EQ(WaitForMultipleEvents(count, all.data(), 1, -1), kMekOk);
-        EXPECT_EQ(work, std::vector<int>(threads, 1));
+        const std::vector<Event> events = MakeMany(count);
+        const std::vector<MekEvent*> all = Pointers(events);
+        std::vector<int> work(count, 0);
+        test::OnThreads(threads + 1, [&](int i) {
+            if (i < threads) {
+                work[static_cast<std::size_t>(i)] = 1;
+                all[static_cast<std::size_t>(i)]->Signal(0);
+                return;
+            }
+            EXPECT_EQ(WaitForMultipleEvents(count, all.data(), 1, -1), kMekOk);
+            EXPECT_EQ(work, std::vector<int>(count, 1));
+        });
         events.back()->Reset();
         EXPECT_EQ(WaitForMultipleEvents(count, all.data(), 1, 0), kMekTimeout);
         EXPECT_EQ(WaitForMultipleEvents(count, all.data(), 1, 1), kMekTimeout);
-        for (std::thread& worker : workers) {
-            worker.join();
-        }
     }
 }
 
 // Servers wait for any request, answer it and wait again: a lost wake-up hangs the test.
 TEST(MekEvent, WaitForAnyLosesNoWakeUp) {
-    for (const std::size_t threads : {1u, 2u, 8u, 64u}) {
-        const int rounds = 2000 / static_cast<int>(threads);
-        const std::vector<Event> requests = MakeMany(threads + 1);
-        const std::vector<Event> answers = MakeMany(threads);
+    for (const int threads : test::kThreadCounts) {
+        const auto count = static_cast<unsigned>(threads);
+        const std::vector<Event> requests = MakeMany(count + 1);
+        const std::vector<Event> answers = MakeMany(count);
         const std::vector<MekEvent*> all = Pointers(requests);
         std::thread server([&] {
             unsigned index = 0;
-            while (WaitForMultipleEvents(static_cast<unsigned>(all.size()), all.data(), 0, -1,
-                                         &index) == kMekOk &&
-                   index < threads) {
+            while (WaitForMultipleEvents(count + 1, all.data(), 0, -1, &index) == kMekOk &&
+                   index < count) {
                 requests[index]->Reset();
                 answers[index]->Signal(0);
             }
         });
-        std::vector<std::thread> clients;
-        for (std::size_t i = 0; i < threads; ++i) {
-            clients.emplace_back([&, i] {
-                for (int round = 0; round < rounds; ++round) {
-                    requests[i]->Signal(0);
-                    WaitForSingleEvent(answers[i].get(), -1);
-                    answers[i]->Reset();
-                }
-            });
-        }
-        for (std::thread& client : clients) {
-            client.join();
-        }
+        test::OnThreads(threads, [&](int client) {
+            const auto i = static_cast<std::size_t>(client);
+            for (int round = 0; round < 2000 / threads; ++round) {
+                requests[i]->Signal(0);
+                WaitForSingleEvent(answers[i].get(), -1);
+                answers[i]->Reset();
+            }
+        });
         requests.back()->Signal(0);
         server.join();
     }
@@ -142,39 +135,29 @@ TEST(MekEvent, WaitForAnyFindsTheLowestAndTimesOut) {
     }
 }
 
-// One signal lets every kind of waiter through, even if it is taken back at once: each round ends
-// only when all of them have come back from a wait that they were in.
+// A signal lets every kind of waiter through, even if it is taken back at once.
 TEST(MekEvent, AShortSignalLetsEveryWaiterThrough) {
     constexpr int kRounds = 50;
-    for (const int threads : {1, 2, 8, 64}) {
+    for (const int threads : test::kThreadCounts) {
         const Event gate = Make();
         std::atomic<int> passed{0};
         std::atomic<bool> stop{false};
-        std::vector<std::thread> waiters;
-        for (int i = 0; i < threads; ++i) {
-            waiters.emplace_back([&, i] {
-                MekEvent* const events[] = {gate.get()};
-                while (!stop) {
-                    EXPECT_EQ(i % 2 ? WaitForMultipleEvents(1, events, 0, -1)
-                                    : WaitForSingleEvent(gate.get(), -1),
-                              kMekOk);
-                    ++passed;
-                }
-            });
-        }
-        for (int round = 0; round < kRounds / threads + 1; ++round) {
-            const int goal = passed + threads;
-            while (passed < goal) {
+        test::OnThreads(threads + 1, [&](int i) {
+            MekEvent* const event = gate.get();
+            while (i < threads && !stop) {
+                EXPECT_EQ(
+                    i % 2 ? WaitForMultipleEvents(1, &event, 0, -1) : WaitForSingleEvent(event, -1),
+                    kMekOk);
+                ++passed;
+            }
+            while (i == threads && passed < kRounds + threads) {
                 gate->Signal(0);
                 gate->Reset();
                 std::this_thread::yield();
             }
-        }
-        stop = true;
-        gate->Signal(0);
-        for (std::thread& waiter : waiters) {
-            waiter.join();
-        }
+            stop = true;
+            gate->Signal(0);
+        });
     }
 }
 

@@ -48,7 +48,7 @@ struct Pair {
 // Receives until `bytes` have come or the connection ends.
 std::string ReceiveAll(MekSockets& connection, std::size_t bytes = SIZE_MAX) {
     std::string all;
-    std::string buffer(64 * 1024, '\0');
+    std::string buffer(65536, '\0');
     std::size_t received = 0;
     while (all.size() < bytes &&
            connection.Receive(buffer.data(), std::min(buffer.size(), bytes - all.size()), -1,

@@ -8,12 +8,12 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "host/HostChild.h"
 #include "support/CaptureStream.h"
 #include "support/TempDir.h"
+#include "support/Threads.h"
 #include "support/WaitUntil.h"
 
 namespace {
@@ -95,7 +95,7 @@ TEST(MekStartProcess, HandsArgumentsOnUnchanged) {
 TEST(MekStartProcess, NamesTheReasonForNotStarting) {
     const test::TempDir directory;
     const auto text = [&](const char* name, std::filesystem::perms permissions) {
-        const std::string file = directory.File(name);
+        std::string file = directory.File(name);
         std::ofstream(file) << "no program\n";
         std::filesystem::permissions(file, permissions);
         return file;
@@ -147,19 +147,11 @@ TEST(MekStartProcess, LeavesNoChildBehind) {
     if (CountChildren() < 0) {
         GTEST_SKIP() << "children cannot be counted on this system";
     }
-    for (const int threads : {1, 2, 8}) {
-        std::vector<std::thread> starters;
-        for (int i = 0; i < threads; ++i) {
-            starters.emplace_back([i] {
-                EXPECT_EQ(Start(kHostChild, {"exit", "5"}, i % 2).result, i % 2 ? 5 : 0);
-                EXPECT_EQ(Start("no-such-program-on-any-path", {}, i % 2).error, 2);
-            });
-        }
-        for (std::thread& starter : starters) {
-            starter.join();
-        }
-        EXPECT_EQ(CountChildren(), 0);
-    }
+    test::OnThreads(8, [](int i) {
+        EXPECT_EQ(Start(kHostChild, {"exit", "5"}, i % 2).result, i % 2 ? 5 : 0);
+        EXPECT_EQ(Start("no-such-program-on-any-path", {}, i % 2).error, 2);
+    });
+    EXPECT_EQ(CountChildren(), 0);
 }
 
 TEST(MekStartProcess, GetsTheExitCodeFromAHostThatIgnoresChildren) {

@@ -17,6 +17,7 @@
 
 #include "support/CaptureStream.h"
 #include "support/ScopedCheckHandler.h"
+#include "support/Threads.h"
 #include "support/WaitUntil.h"
 
 namespace {
@@ -34,7 +35,7 @@ private:
 };
 
 TEST(MekThreads, RunsJoinsAndStartsAgain) {
-    for (const int count : {1, 2, 8, 64}) {
+    for (const int count : test::kThreadCounts) {
         std::vector<int> runs(static_cast<std::size_t>(count), 0);
         std::vector<std::unique_ptr<Thread>> threads;
         for (int& run : runs) {
@@ -149,24 +150,18 @@ TEST(MekThreads, ReportsAndWaitsForAThreadThatWasNotJoined) {
 }
 
 TEST(MekMutex, SerialisesThreadsAndKnowsItsHolder) {
-    for (const int count : {1, 2, 8, 64}) {
+    for (const int count : test::kThreadCounts) {
         MekMutex mutex;
         int plain = 0;
-        std::vector<std::thread> threads;
-        for (int i = 0; i < count; ++i) {
-            threads.emplace_back([&] {
-                for (int round = 0; round < 1000; ++round) {
-                    const std::lock_guard outer(mutex);
-                    const std::lock_guard inner(mutex);
-                    EXPECT_TRUE(mutex.try_lock());
-                    ++plain;
-                    mutex.unlock();
-                }
-            });
-        }
-        for (std::thread& thread : threads) {
-            thread.join();
-        }
+        test::OnThreads(count, [&](int) {
+            for (int round = 0; round < 1000; ++round) {
+                const std::lock_guard outer(mutex);
+                const std::lock_guard inner(mutex);
+                EXPECT_TRUE(mutex.try_lock());
+                ++plain;
+                mutex.unlock();
+            }
+        });
         EXPECT_EQ(plain, count * 1000);
     }
 }
@@ -216,24 +211,6 @@ TEST(MekEnvironment, SetsGetsAndRemoves) {
     EXPECT_EQ(MekGetEnv("ZEL_TEST_ENV", nullptr), kMekInvalidParameter);
     for (const char* const assignment : {static_cast<const char*>(nullptr), "", "name", "=x"}) {
         EXPECT_EQ(MekPutEnv(assignment), kMekInvalidParameter);
-    }
-}
-
-TEST(MekEnvironment, ServesManyThreads) {
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 8; ++i) {
-        threads.emplace_back([name = "ZEL_TEST_ENV_" + std::to_string(i)] {
-            for (int round = 0; round < 500; ++round) {
-                std::string value;
-                MekPutEnv((name + "=" + std::to_string(round)).c_str());
-                EXPECT_EQ(MekGetEnv(name.c_str(), &value), kMekOk);
-                EXPECT_EQ(value, std::to_string(round));
-            }
-            MekRemoveEnv(name.c_str());
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
     }
 }
 

@@ -7,8 +7,8 @@
 #include <atomic>
 #include <climits>
 #include <memory>
-#include <thread>
-#include <vector>
+
+#include "support/Threads.h"
 
 namespace {
 
@@ -48,31 +48,20 @@ TEST(RudSysSemaphore, CountsPermits) {
 // Producers post in ones and threes, consumers wait with and without time-outs: every permit is
 // taken exactly once, and a lost wake-up hangs the test.
 TEST(RudSysSemaphore, LosesNoPermitBetweenThreads) {
-    for (const int threads : {1, 2, 8, 64}) {
+    for (const int threads : test::kThreadCounts) {
         const int perThread = 3000 / threads * 3;
         const Semaphore semaphore = Make(INT_MAX, 0);
-        std::atomic<int> taken{0};
-        std::vector<std::thread> all;
-        for (int i = 0; i < threads; ++i) {
-            all.emplace_back([&, i] {
-                for (int got = 0; got < perThread;) {
-                    const std::int32_t status = semaphore->Wait(i % 2 ? 1 : -1);
-                    ASSERT_TRUE(status == kMekOk || (i % 2 && status == kMekTimeout));
-                    got += status == kMekOk;
-                    taken += status == kMekOk;
-                }
-            });
-            all.emplace_back([&, i] {
-                const int step = i % 2 ? 1 : 3;
-                for (int posted = 0; posted < perThread; posted += step) {
-                    EXPECT_EQ(semaphore->Post(step), kMekOk);
-                }
-            });
-        }
-        for (std::thread& thread : all) {
-            thread.join();
-        }
-        EXPECT_EQ(taken, threads * perThread);
+        test::OnThreads(2 * threads, [&](int i) {
+            const int step = i % 4 < 2 ? 1 : 3;
+            for (int posted = 0; i % 2 && posted < perThread; posted += step) {
+                EXPECT_EQ(semaphore->Post(step), kMekOk);
+            }
+            for (int got = 0; i % 2 == 0 && got < perThread;) {
+                const std::int32_t status = semaphore->Wait(step == 1 ? -1 : 1);
+                ASSERT_TRUE(status == kMekOk || (step == 3 && status == kMekTimeout));
+                got += status == kMekOk;
+            }
+        });
         EXPECT_EQ(semaphore->Wait(0), kMekTimeout);
     }
 }
@@ -90,7 +79,7 @@ private:
 };
 
 TEST(RudSysJob, DiesWithItsLastReferenceOnWhateverThread) {
-    for (const int threads : {1, 2, 8, 64}) {
+    for (const int threads : test::kThreadCounts) {
         std::atomic<int> alive{0};
         auto* const job = new CountedJob(&alive);
         const std::unique_ptr<MekEvent> done(CreateMekEvent(0));
@@ -99,16 +88,12 @@ TEST(RudSysJob, DiesWithItsLastReferenceOnWhateverThread) {
         EXPECT_EQ(job->GetWaitingEvent(), done.get());
         EXPECT_EQ(job->CallExecute(), 41);
         EXPECT_EQ(job->CallExecute(), 42);
-        std::vector<std::thread> holders;
         for (int i = 0; i < threads; ++i) {
             job->AddReferenceJob();
-            holders.emplace_back([job] { job->ReleaseReferenceJob(); });
         }
+        test::OnThreads(threads, [job](int) { job->ReleaseReferenceJob(); });
         EXPECT_EQ(alive, 1);
         job->ReleaseReferenceJob();
-        for (std::thread& holder : holders) {
-            holder.join();
-        }
         EXPECT_EQ(alive, 0);
     }
 }

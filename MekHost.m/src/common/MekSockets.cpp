@@ -74,9 +74,9 @@ std::int32_t MekSockets::SetSendTimeout(int timeoutMs) {
 }
 
 std::int32_t MekSockets::Send(const void* data, std::size_t bytes, std::size_t* sent) {
-    std::size_t ignored = 0;
-    std::size_t& done = sent ? *sent : ignored;
-    done = 0;
+    if (sent) {
+        *sent = 0;
+    }
     if (!data && bytes) {
         return kMekInvalidParameter;
     }
@@ -84,11 +84,14 @@ std::int32_t MekSockets::Send(const void* data, std::size_t bytes, std::size_t* 
         return kMekInvalidHandle;
     }
     const mek::Deadline deadline(native_->sendTimeoutMs);
-    while (done < bytes) {
+    for (std::size_t done = 0; done < bytes;) {
         std::size_t moved = 0;
         std::int32_t status = mek::SendSome(native_->handle, static_cast<const char*>(data) + done,
                                             bytes - done, &moved);
         done += moved;
+        if (sent) {
+            *sent = done;
+        }
         if (status == kMekTimeout) {
             status = mek::WaitForSocket(native_->handle, mek::Direction::kSend, deadline);
         }

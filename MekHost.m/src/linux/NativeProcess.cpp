@@ -18,7 +18,7 @@ namespace mek {
 namespace {
 
 constexpr int kFirstOwnDescriptor = 3;
-constexpr std::size_t kStackBytes = 256 * 1024;
+constexpr std::size_t kStackBytes = std::size_t{256} * 1024;
 
 struct Program {
     const char* path;

@@ -108,7 +108,7 @@ std::int32_t StartThread(const ThreadSettings& settings, void (*entry)(void*), v
         // An unusable processor is the only setting that the system calls invalid.
         return error == EINVAL ? kMekInvalidParameter : kMekOutOfMemory;
     }
-    start.release();  // Main's from here on
+    static_cast<void>(start.release());  // Main's from here on
     *handle = thread;
     return kMekOk;
 }

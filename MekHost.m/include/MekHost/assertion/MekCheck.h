@@ -17,7 +17,8 @@ using MekCheckHandler = void (*)(const char* expression, const char* path, int l
 MEKHOST_EXPORT MekCheckHandler MekSetCheckHandler(MekCheckHandler handler) noexcept;
 
 // Reports that `expression` was false. A null text is reported as "(null)".
-MEKHOST_EXPORT void Check_TRUE_Failed__(const char* expression, const char* path, int line) noexcept;
+MEKHOST_EXPORT void Check_TRUE_Failed__(const char* expression, const char* path,
+                                        int line) noexcept;
 
 // Reports that the pointer named by `expression` was null.
 MEKHOST_EXPORT void Check_Pointer_Failed__(const char* expression, const char* path,

@@ -16,8 +16,9 @@
 
 class MEKHOST_EXPORT MekAbendInfo {
 public:
-    // `sizeClass`: how much of its text a section keeps, in KiB; when it grows past that, the oldest
-    // half is dropped at a line boundary. 0 keeps everything. (The log's own section uses 16.)
+    // `sizeClass`: how much of its text a section keeps, in KiB; when it grows past that, the
+    // oldest half is dropped at a line boundary. 0 keeps everything. (The log's own section
+    // uses 16.)
     explicit MekAbendInfo(unsigned sizeClass);
     // Takes the section out of the report.
     ~MekAbendInfo();
@@ -26,7 +27,7 @@ public:
 
     // Puts the section into the report under `title`. `inReport` 0 keeps it out for now;
     // `keepOrder` 0 puts it before the sections already there, 1 behind them. Calling it again
-    // changes the specification. Returns kMekOk or kMekInvalidParameter (null title).
+    // changes all of this. Returns kMekOk or kMekInvalidParameter (null title).
     std::int32_t SetInformationSpecs(unsigned sizeClass, const char* title, int inReport,
                                      int keepOrder);
 
@@ -37,8 +38,8 @@ public:
     // A copy of the text kept so far.
     std::string GetText() const;
 
-    // The whole report: for each section a line "==== <title> ====", the text, and a line feed where
-    // the text does not end with one.
+    // The whole report: for each section a line "==== <title> ====", the text, and a line feed
+    // where the text does not end with one.
     static std::string WriteReport();
     // Writes the same to an open file descriptor. Returns kMekOk or kMekFailed.
     static std::int32_t WriteReportToDescriptor(int descriptor);

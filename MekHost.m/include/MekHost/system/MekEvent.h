@@ -39,9 +39,9 @@ MEKHOST_EXPORT std::int32_t WaitForSingleEvent(MekEvent* event, int timeoutMs);
 
 // Waits until all (`waitAll` not 0) or any one of `count` events are signalled. `signalledIndex`,
 // if given, receives the lowest index found signalled when a wait for any one succeeds. Returns as
-// WaitForSingleEvent, or kMekOutOfMemory; a count of 0 is met at once when waiting for all and is an
-// invalid parameter when waiting for any one. Waiting for all means signalled at the same time: an
-// event reset before the others were signalled counts as not signalled. Events come from
+// WaitForSingleEvent, or kMekOutOfMemory; a count of 0 is met at once when waiting for all and is
+// an invalid parameter when waiting for any one. Waiting for all means signalled at the same time:
+// an event reset before the others were signalled counts as not signalled. Events come from
 // CreateMekEvent. No limit on `count`; O(count) for every wake-up.
 MEKHOST_EXPORT std::int32_t WaitForMultipleEvents(unsigned count, MekEvent* const* events,
                                                   int waitAll, int timeoutMs,

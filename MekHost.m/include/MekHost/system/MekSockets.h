@@ -15,9 +15,9 @@
 class MEKHOST_EXPORT MekSockets {
 public:
     // Connects to `port` of `address`, a dotted IPv4 address, waiting at most `timeoutMs`
-    // milliseconds (-1: for ever). On kMekOk `*connection` is the caller's; otherwise it is null and
-    // the result is kMekConnectionRefused, kMekTimeout, kMekInvalidParameter, kMekOutOfMemory or
-    // kMekFailed.
+    // milliseconds (-1: for ever). On kMekOk `*connection` is the caller's; otherwise it is null
+    // and the result is kMekConnectionRefused, kMekTimeout, kMekInvalidParameter, kMekOutOfMemory
+    // or kMekFailed.
     static std::int32_t Connect(const char* address, int port, int timeoutMs,
                                 MekSockets** connection);
     // Closes the connection.
@@ -59,11 +59,11 @@ public:
 
     // Binds and listens, on the loopback address unless the environment variable
     // "ZelLogListenAddress" names another IPv4 address of this machine ("0.0.0.0" for all). Returns
-    // kMekOk, kMekAddressInUse, kMekInvalidParameter (a port, type or family out of range, an address
-    // that cannot be read, a second call), kMekOutOfMemory or kMekFailed.
+    // kMekOk, kMekAddressInUse, kMekInvalidParameter (a port, type or family out of range, an
+    // address that cannot be read, a second call), kMekOutOfMemory or kMekFailed.
     std::int32_t Declare();
-    // Waits at most `timeoutMs` milliseconds (-1: for ever) for a client. Returns kMekOk when Accept
-    // will find one, kMekTimeout, kMekInvalidParameter, or kMekInvalidHandle before Declare.
+    // Waits at most `timeoutMs` milliseconds (-1: for ever) for a client. Returns kMekOk when
+    // Accept will find one, kMekTimeout, kMekInvalidParameter, or kMekInvalidHandle before Declare.
     std::int32_t Select(int timeoutMs);
     // Takes the next client. On kMekOk (0) `*client` is the caller's; otherwise it is null, and
     // kMekTimeout says that nobody is waiting; kMekOutOfMemory, that there is no descriptor for the

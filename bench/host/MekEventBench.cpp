@@ -1,0 +1,91 @@
+// A signal to a waiting thread and one back: two events against a mutex and condition variables,
+// with the waiter hot (it waits again at once) and asleep (it sleeps before the signal comes).
+
+#include <MekHost/system/MekEvent.h>
+#include <benchmark/benchmark.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+namespace {
+
+class HostEvent {
+public:
+    void Signal() { event_->Signal(0); }
+    void WaitAndReset() {
+        WaitForSingleEvent(event_.get(), -1);
+        event_->Reset();
+    }
+
+private:
+    std::unique_ptr<MekEvent> event_{CreateMekEvent(0)};
+};
+
+class ConditionEvent {
+public:
+    void Signal() {
+        const std::lock_guard guard(mutex_);
+        isSignalled_ = true;
+        condition_.notify_all();
+    }
+    void WaitAndReset() {
+        std::unique_lock lock(mutex_);
+        condition_.wait(lock, [this] { return isSignalled_; });
+        isSignalled_ = false;
+    }
+
+private:
+    std::mutex mutex_;
+    std::condition_variable condition_;
+    bool isSignalled_ = false;
+};
+
+template <typename Event>
+void RoundTrip(benchmark::State& state, std::chrono::microseconds pause) {
+    Event there;
+    Event back;
+    bool stop = false;
+    std::thread peer([&] {
+        for (;;) {
+            there.WaitAndReset();
+            if (stop) {
+                return;
+            }
+            back.Signal();
+        }
+    });
+    for (auto _ : state) {
+        if (pause.count()) {
+            std::this_thread::sleep_for(pause);
+        }
+        const auto start = std::chrono::steady_clock::now();
+        there.Signal();
+        back.WaitAndReset();
+        state.SetIterationTime(
+            std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+    }
+    stop = true;
+    there.Signal();
+    peer.join();
+}
+
+constexpr std::chrono::microseconds kHot{0};
+constexpr std::chrono::microseconds kAsleep{200};
+
+BENCHMARK_CAPTURE(RoundTrip<HostEvent>, hot, kHot)->Name("event_hot/ours")->UseManualTime();
+BENCHMARK_CAPTURE(RoundTrip<ConditionEvent>, hot, kHot)
+    ->Name("event_hot/mutex_condvar")
+    ->UseManualTime();
+BENCHMARK_CAPTURE(RoundTrip<HostEvent>, asleep, kAsleep)
+    ->Name("event_asleep/ours")
+    ->UseManualTime()
+    ->Iterations(3000);
+BENCHMARK_CAPTURE(RoundTrip<ConditionEvent>, asleep, kAsleep)
+    ->Name("event_asleep/mutex_condvar")
+    ->UseManualTime()
+    ->Iterations(3000);
+
+}  // namespace
