@@ -43,8 +43,8 @@ private:
     bool isSignalled_ = false;
 };
 
-template <typename Event>
-void RoundTrip(benchmark::State& state, std::chrono::microseconds pause) {
+template <typename Event, int kPauseUs>
+void RoundTrip(benchmark::State& state) {
     Event there;
     Event back;
     bool stop = false;
@@ -58,8 +58,8 @@ void RoundTrip(benchmark::State& state, std::chrono::microseconds pause) {
         }
     });
     for (auto _ : state) {
-        if (pause.count()) {
-            std::this_thread::sleep_for(pause);
+        if (kPauseUs) {
+            std::this_thread::sleep_for(std::chrono::microseconds(kPauseUs));
         }
         const auto start = std::chrono::steady_clock::now();
         there.Signal();
@@ -72,18 +72,16 @@ void RoundTrip(benchmark::State& state, std::chrono::microseconds pause) {
     peer.join();
 }
 
-constexpr std::chrono::microseconds kHot{0};
-constexpr std::chrono::microseconds kAsleep{200};
+constexpr int kHot = 0;
+constexpr int kAsleep = 200;
 
-BENCHMARK_CAPTURE(RoundTrip<HostEvent>, hot, kHot)->Name("event_hot/ours")->UseManualTime();
-BENCHMARK_CAPTURE(RoundTrip<ConditionEvent>, hot, kHot)
-    ->Name("event_hot/mutex_condvar")
-    ->UseManualTime();
-BENCHMARK_CAPTURE(RoundTrip<HostEvent>, asleep, kAsleep)
+BENCHMARK(RoundTrip<HostEvent, kHot>)->Name("event_hot/ours")->UseManualTime();
+BENCHMARK(RoundTrip<ConditionEvent, kHot>)->Name("event_hot/mutex_condvar")->UseManualTime();
+BENCHMARK(RoundTrip<HostEvent, kAsleep>)
     ->Name("event_asleep/ours")
     ->UseManualTime()
     ->Iterations(3000);
-BENCHMARK_CAPTURE(RoundTrip<ConditionEvent>, asleep, kAsleep)
+BENCHMARK(RoundTrip<ConditionEvent, kAsleep>)
     ->Name("event_asleep/mutex_condvar")
     ->UseManualTime()
     ->Iterations(3000);
