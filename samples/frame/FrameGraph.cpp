@@ -1,12 +1,15 @@
 #include "FrameGraph.h"
 
 #include <array>
+#include <atomic>
+#include <string>
 #include <utility>
 
 #include "ZelREKernel/profiling/vProfiler.h"
 #include "ZelREKernel/profiling/vProfilerWithFlow.h"
 #include "ZelREKernel/profiling/vScopedProfiler.h"
 #include "ZelREKernel/tasks/vPooledTask.h"
+#include "ZelREKernel/tasks/vThreadUtils.h"
 #include "ZelREKernel/tasks/vWorkerThread.h"
 
 namespace frame {
@@ -30,6 +33,18 @@ struct TraceNames {
 const TraceNames& Names() {
     static const TraceNames names;
     return names;
+}
+
+// The pool's threads have no names of their own; a trace is read by names.
+void NameThisThread() {
+    static std::atomic<std::uint32_t> s_count{0};
+    static thread_local bool s_isNamed = false;
+    if (!s_isNamed) {
+        s_isNamed = true;
+        // Relaxed: any order of the numbers will do.
+        const std::uint32_t number = s_count.fetch_add(1, std::memory_order_relaxed) + 1;
+        vThreadUtils::SetThreadName(("Renderer " + std::to_string(number)).c_str());
+    }
 }
 
 }  // namespace
@@ -104,6 +119,9 @@ FrameGraph::Node FrameGraph::MakeNode(Stage stage) {
 }
 
 void FrameGraph::RunJob(Stage stage, std::uint32_t job) {
+    if (stage != Stage::Present) {
+        NameThisThread();
+    }
     const TraceNames& names = Names();
     const std::uint32_t name = names.stages[Index(stage)];
     const ZKL::vScopedProfiler scope(name, names.job, job, names.category);

@@ -32,7 +32,7 @@ void ShadowMap::FillBand(std::int32_t band, std::span<const Mesh::Triangle> tria
                          const TransformedVertex* vertices) {
     const std::int32_t y0 = band * kBandRows;
     const std::int32_t y1 = y0 + kBandRows;
-    std::fill(depths_ + y0 * kSide, depths_ + y1 * kSide, kFar);
+    std::fill(Row(y0), Row(y1), kFar);
     for (const Mesh::Triangle& triangle : triangles) {
         const TransformedVertex& a = vertices[triangle.vertices[0]];
         const TransformedVertex& b = vertices[triangle.vertices[1]];
@@ -74,7 +74,7 @@ void ShadowMap::DrawRows(std::int32_t y0, std::int32_t y1, const TransformedVert
                 (static_cast<float>(bc) * a.shadowDepth + static_cast<float>(ca) * b.shadowDepth +
                  static_cast<float>(ab) * c.shadowDepth) *
                 inverseArea;
-            float& nearest = depths_[y * kSide + x];
+            float& nearest = Row(y)[x];
             nearest = std::min(nearest, depth);
         }
     }
@@ -87,7 +87,7 @@ void ShadowMap::SummariseBand(std::int32_t band) {
         for (std::int32_t cellX = 0; cellX < kCells; ++cellX) {
             float nearest = kFar;
             for (std::int32_t y = 0; y < kCell; ++y) {
-                const float* row = depths_ + (cellY * kCell + y) * kSide + cellX * kCell;
+                const float* row = Row(cellY * kCell + y) + std::ptrdiff_t{cellX} * kCell;
                 nearest = std::min(nearest, *std::min_element(row, row + kCell));
             }
             cellNearest_[cellY * kCells + cellX] = nearest;
@@ -134,7 +134,7 @@ float ShadowMap::LitShare(float x, float y, float depth) const {
     const auto iy = static_cast<std::int32_t>(y - 0.5f);
     const float fx = x - 0.5f - static_cast<float>(ix);
     const float fy = y - 0.5f - static_cast<float>(iy);
-    const float* const upper = depths_ + iy * kSide + ix;
+    const float* const upper = Row(iy) + ix;
     const float* const lower = upper + kSide;
     const auto lit = [depth](float texel) { return texel < depth ? 0.0f : 1.0f; };
     const float above = lit(upper[0]) * (1.0f - fx) + lit(upper[1]) * fx;

@@ -3,6 +3,7 @@
 // What the key light sees: a depth map, filled in bands that any number of jobs may share, and the
 // soft-edged question how much of the light reaches a point.
 
+#include <cstddef>
 #include <cstdint>
 #include <glm/vec3.hpp>
 #include <span>
@@ -44,10 +45,10 @@ private:
                   const TransformedVertex& b, const TransformedVertex& c);
     void SummariseBand(std::int32_t band);
     bool IsClear(const glm::vec3& place, float reach) const;
+    float* Row(std::ptrdiff_t y) const { return depths_ + y * kSide; }
     // Both coordinates within the map.
-    float Depth(std::int32_t x, std::int32_t y) const { return depths_[y * kSide + x]; }
     float Depth(float x, float y) const {
-        return Depth(static_cast<std::int32_t>(x), static_cast<std::int32_t>(y));
+        return Row(static_cast<std::int32_t>(y))[static_cast<std::int32_t>(x)];
     }
     Blockers FindBlockers(const glm::vec3& place) const;
     float Filter(const glm::vec3& place, float radius) const;

@@ -29,34 +29,55 @@ Coverage CoverageOf(const std::uint32_t* owners, int first) {
     return coverage;
 }
 
-using Triangles = Vector<const ScreenTriangle*>;
+// What owns a sample, by the number that the tile buffer keeps.
+struct Owner {
+    const ScreenTriangle* triangle;
+};
+using Owners = Vector<Owner>;
 
 glm::vec3 ShadeOwner(std::uint32_t owner, std::int32_t x, std::int32_t y, TileBuffer::Offset offset,
-                     const Triangles& triangles, const Scene& scene) {
+                     const Owners& drawn, const Scene& scene) {
     if (owner == TileBuffer::kNobody) {
         return ShadeBackdrop(x, y, scene);
     }
-    return ShadeSurface(*triangles[owner], x * kSubpixels + kSubpixels / 2 + offset.x,
+    return ShadeSurface(*drawn[owner].triangle, x * kSubpixels + kSubpixels / 2 + offset.x,
                         y * kSubpixels + kSubpixels / 2 + offset.y, scene);
 }
 
 // Each triangle is shaded once per pixel, in the middle of the samples that it covers, so that no
 // surface is asked for a point outside itself.
 glm::vec3 ShadePixel(const std::uint32_t* owners, std::int32_t x, std::int32_t y,
-                     const Triangles& triangles, const Scene& scene) {
+                     const Owners& drawn, const Scene& scene) {
     if (owners[0] == owners[1] && owners[0] == owners[2] && owners[0] == owners[3]) {
-        return ShadeOwner(owners[0], x, y, {0, 0}, triangles, scene);
+        return ShadeOwner(owners[0], x, y, {0, 0}, drawn, scene);
     }
     glm::vec3 sum(0.0f);
     for (int s = 0; s < TileBuffer::kSamples; ++s) {
         const Coverage covered = CoverageOf(owners, s);
         if (covered.count != 0) {
             const TileBuffer::Offset middle{covered.x / covered.count, covered.y / covered.count};
-            sum += ShadeOwner(owners[s], x, y, middle, triangles, scene) *
+            sum += ShadeOwner(owners[s], x, y, middle, drawn, scene) *
                    static_cast<float>(covered.count);
         }
     }
     return sum * (1.0f / TileBuffer::kSamples);
+}
+
+// Draws what touches a tile, in the order of the mesh, and lists it.
+Owners DrawTile(std::uint32_t tile, std::span<const Bins> chunks, TileBuffer& buffer) {
+    std::size_t count = 0;
+    for (const Bins& chunk : chunks) {
+        count += chunk.Tile(tile).size();
+    }
+    Owners drawn;
+    drawn.reserve(count);
+    for (const Bins& chunk : chunks) {
+        for (const std::uint32_t index : chunk.Tile(tile)) {
+            buffer.Draw(chunk.Triangles()[index], static_cast<std::uint32_t>(drawn.size()));
+            drawn.push_back({&chunk.Triangles()[index]});
+        }
+    }
+    return drawn;
 }
 
 }  // namespace
@@ -66,29 +87,23 @@ void RenderTile(std::uint32_t tile, const TileGrid& grid, std::span<const Bins> 
     const TileGrid::Rect rect = grid.Tile(tile);
     TileBuffer buffer;
     buffer.Start(rect);
-    Triangles triangles;
-    for (const Bins& chunk : chunks) {
-        for (const std::uint32_t index : chunk.Tile(tile)) {
-            buffer.Draw(chunk.Triangles()[index], static_cast<std::uint32_t>(triangles.size()));
-            triangles.push_back(&chunk.Triangles()[index]);
-        }
-    }
+    const Owners drawn = DrawTile(tile, chunks, buffer);
     for (std::int32_t y = rect.y0; y < rect.y1; ++y) {
+        const std::size_t first = static_cast<std::size_t>(y) * grid.width;
+        float* out = colours + (first + static_cast<std::size_t>(rect.x0)) * 3;
         for (std::int32_t x = rect.x0; x < rect.x1; ++x) {
-            const glm::vec3 colour = ShadePixel(buffer.Owners(x, y), x, y, triangles, scene);
-            float* const out =
-                colours +
-                (static_cast<std::size_t>(y) * grid.width + static_cast<std::size_t>(x)) * 3;
-            out[0] = colour.r;
-            out[1] = colour.g;
-            out[2] = colour.b;
+            const glm::vec3 colour = ShadePixel(buffer.Owners(x, y), x, y, drawn, scene);
+            *out++ = colour.r;
+            *out++ = colour.g;
+            *out++ = colour.b;
         }
     }
 }
 
 void EncodePixels(const float* colours, std::size_t count, std::uint8_t* bytes) {
     for (std::size_t i = 0; i < count; ++i) {
-        bytes[i] = static_cast<std::uint8_t>(EncodeSrgb(colours[i]) * 255.0f + 0.5f);
+        const float rounded = EncodeSrgb(colours[i]) * 255.0f + 0.5f;
+        bytes[i] = static_cast<std::uint8_t>(rounded);
     }
 }
 

@@ -36,8 +36,9 @@ private:
     struct Edges;
 
     std::size_t SampleIndex(std::int32_t x, std::int32_t y) const {
-        return static_cast<std::size_t>(
-            ((y - rect_.y0) * static_cast<int>(TileGrid::kSide) + (x - rect_.x0)) * kSamples);
+        const auto row = static_cast<std::size_t>(y - rect_.y0);
+        const auto column = static_cast<std::size_t>(x - rect_.x0);
+        return (row * TileGrid::kSide + column) * kSamples;
     }
     void DrawBlock(const ScreenTriangle& triangle, const Edges& edges, std::uint32_t owner,
                    const TileGrid::Rect& block);

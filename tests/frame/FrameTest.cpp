@@ -26,8 +26,9 @@ frame::Model TestModel() {
     frame::Model model;
     model.materials = {{"a", {0.8f, 0.3f, 0.1f}, false}, {"b", {0.5f, 0.5f, 0.5f}, true}};
     for (std::uint32_t i = 0; i < 64; ++i) {
+        const std::uint32_t row = i / 8;
         const float x = static_cast<float>(i % 8) - 3.5f;
-        const float z = static_cast<float>(i / 8) - 3.5f;
+        const float z = static_cast<float>(row) - 3.5f;
         const auto first = static_cast<std::uint32_t>(model.positions.size());
         model.positions.insert(model.positions.end(), {{x, 0, z},
                                                        {x + 0.8f, 0, z},

@@ -20,7 +20,7 @@ protected:
     ~Models() override { std::filesystem::remove_all(folder_); }
 
     std::string Write(const std::string& text) {
-        const std::string path = (folder_ / "model.obj").string();
+        std::string path = (folder_ / "model.obj").string();
         std::ofstream(path, std::ios::binary) << text;
         return path;
     }

@@ -21,6 +21,7 @@ using frame::Vector;
 
 constexpr std::int32_t kSide = TileGrid::kSide;
 constexpr std::uint32_t kScreen = TileGrid::kSide;
+constexpr std::size_t kSamples = std::size_t{kScreen} * kScreen * TileBuffer::kSamples;
 
 // A vertex at clip coordinates.
 TransformedVertex At(float x, float y, float w) {
@@ -36,7 +37,7 @@ void Clip(const std::vector<TransformedVertex>& vertices, std::uint32_t a, std::
 
 // Draws each triangle alone and counts for every sample how many cover it.
 std::vector<int> CountCoverage(const Vector<ScreenTriangle>& triangles) {
-    std::vector<int> counts(static_cast<std::size_t>(kSide * kSide * TileBuffer::kSamples));
+    std::vector<int> counts(kSamples);
     const auto buffer = std::make_unique<TileBuffer>();
     for (const ScreenTriangle& triangle : triangles) {
         buffer->Start({0, 0, kSide, kSide});
@@ -105,7 +106,8 @@ TEST(Raster, ClippingKeepsWhatIsInFrontOfTheEye) {
         for (std::size_t i = 0; i < counts.size(); ++i) {
             const auto pixel = static_cast<std::int32_t>(i) / TileBuffer::kSamples;
             const TileBuffer::Offset offset = TileBuffer::kOffsets[i % TileBuffer::kSamples];
-            const double y = pixel / kSide + 0.5 + offset.y / 256.0;
+            const std::int32_t row = pixel / kSide;
+            const double y = row + 0.5 + offset.y / 256.0;
             if (std::fabs(y - edge) > 0.02) {
                 ASSERT_EQ(counts[i], y > edge) << "reach " << reach << ", sample " << i;
             }
@@ -140,8 +142,7 @@ TEST(Raster, DepthDoesNotHangOnTheOrder) {
             buffer->Draw(triangles[each], each);
         }
         const std::uint32_t* const owners = buffer->Owners(0, 0);
-        const std::vector<std::uint32_t> seen(owners,
-                                              owners + kSide * kSide * TileBuffer::kSamples);
+        const std::vector<std::uint32_t> seen(owners, owners + kSamples);
         if (expected.empty()) {
             expected = seen;
             for (const std::uint32_t owner : {0u, 1u, 2u, TileBuffer::kNobody}) {
