@@ -1,0 +1,38 @@
+// Stands for a part of an engine that is loaded, uses the kernel's threads and is unloaded.
+
+#include <MekHost/system/MekEvent.h>
+#include <MekHost/system/RudSysJob.h>
+
+#include <atomic>
+#include <memory>
+
+#include "ZelREKernel/tasks/vTaskManager.h"
+#include "ZelREKernel/tasks/vThreadPool.h"
+
+namespace {
+
+class EmptyJob final : public RudSysJob {
+    std::int32_t Execute() override { return 0; }
+};
+
+}  // namespace
+
+extern "C" __attribute__((visibility("default"))) int UseThreads() {
+    std::atomic<int> done = 0;
+    vTaskManager::CreateInstance();
+    vTaskManager& manager = *vTaskManager::GetInstance();
+    for (int i = 0; i < 10; ++i) {
+        manager.Run(eAsyncTask0, [&] { ++done; });
+    }
+    manager.WaitTask(eAsyncTask0, 0);
+    manager.Run(eAsyncTask1, [] {});  // left to the unloading
+
+    const std::unique_ptr<MekEvent> ran(CreateMekEvent(0));
+    ZKL::vThreadPool pool(2);
+    auto* const job = new EmptyJob;
+    job->SetWaitingEvent(ran.get());
+    pool.AddTask(ZKL::vRefPtr<ZKL::TP::vTask>(new ZKL::TP::vTask(job)));
+    WaitForSingleEvent(ran.get(), -1);
+    pool.Stop();
+    return done;
+}
