@@ -162,7 +162,7 @@ float ShadowMap::Filter(const glm::vec3& place, float radius) const {
 float ShadowMap::Visibility(const glm::vec3& place) const {
     constexpr float kReach = kSearchReach + 1.0f;
     static_assert(kSoftest <= kSearchReach);
-    static_assert(static_cast<float>(kSide) * 0.5f * (1.0f - 1.0f / kMargin) > 2.0f * kReach,
+    static_assert(static_cast<float>(kSide) * 0.5f * (1.0f - 1.0f / kShadowMargin) > 2.0f * kReach,
                   "outside the margin no point is in a shadow");
     constexpr float kEnd = static_cast<float>(kSide) - kReach - 1.0f;
     if (!(place.x >= kReach && place.y >= kReach && place.x < kEnd && place.y < kEnd) ||

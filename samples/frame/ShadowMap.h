@@ -9,16 +9,15 @@
 #include <span>
 
 #include "Geometry.h"
+#include "ShadowSpace.h"
 
 namespace frame {
 
 class ShadowMap {
 public:
-    static constexpr std::int32_t kSide = 1024;  // texels
+    static constexpr std::int32_t kSide = kShadowSide;
     static constexpr std::int32_t kBands = 16;
     static constexpr std::int32_t kBandRows = kSide / kBands;
-    // What casts a shadow keeps within the map's middle, 1 / kMargin of it.
-    static constexpr float kMargin = 1.1f;
     static constexpr std::size_t kBytes = std::size_t{kSide} * kSide * sizeof(float);
 
     // Keeps its depths in `memory`, kBytes large, which stays the caller's.

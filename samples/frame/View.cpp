@@ -5,7 +5,7 @@
 #include <glm/vec4.hpp>
 
 #include "DeterministicMath.h"
-#include "ShadowMap.h"
+#include "ShadowSpace.h"
 
 namespace frame {
 namespace {
@@ -41,8 +41,8 @@ glm::mat4 Project(float aspect, float focal) {
 glm::mat4 ShadowMatrix(const glm::vec3& toKey, float modelHeight) {
     const glm::vec3 centre(0.0f, modelHeight * 0.5f, 0.0f);
     const glm::mat4 view = LookFrom(centre, toKey);
-    const float half = static_cast<float>(ShadowMap::kSide) * 0.5f;
-    const float scale = half / ShadowMap::kMargin;
+    const float half = static_cast<float>(kShadowSide) * 0.5f;
+    const float scale = half / kShadowMargin;
     const glm::mat4 toTexels = {
         {scale, 0, 0, 0}, {0, -scale, 0, 0}, {0, 0, -1, 0}, {half, half, 0, 1}};
     return toTexels * view;
