@@ -30,8 +30,7 @@ std::size_t RecordMerge::Read(std::span<vTraceRecord> out) noexcept {
         ThreadRecords* earliest = sources_.back();
         // Most records follow one of their own thread: stay there while nobody else is earlier.
         do {
-            out[count++] = *earliest->Front();
-            earliest->PopFront();
+            out[count++] = earliest->PopFront();
         } while (count < out.size() && earliest->Front() &&
                  (sources_.size() == 1 || !IsLater(earliest, sources_.front())));
         if (earliest->Front()) {

@@ -10,6 +10,7 @@
 #include <cstdint>
 
 #include "ZelREKernel/profiling/vTraceRecord.h"
+#include "profiling/TraceTime.h"
 
 namespace ZKL {
 
@@ -29,7 +30,8 @@ public:
     // Emptied chunks that wait for the thread; the flusher gives more than these back to the heap.
     static constexpr std::uint32_t kMaxSpares = 512;
 
-    // Null when there is no memory. Delete returns it and all its records to the heap.
+    // `origin`, the trace's time 0, is in nanoseconds on the steady clock. Null when there is no
+    // memory. Delete returns it and all its records to the heap.
     static ThreadRecords* Create(std::int64_t origin) noexcept;
     static void Delete(ThreadRecords* records) noexcept;
     ThreadRecords(const ThreadRecords&) = delete;
@@ -65,7 +67,6 @@ public:
     }
 
     std::uint32_t GetThreadIndex() const noexcept { return tid_; }
-    std::int64_t GetOrigin() const noexcept { return origin_; }
 
     // The flusher's
     // ----------------------------------------------------------------------------------
@@ -74,14 +75,19 @@ public:
     void BeginReading() noexcept;
     // The oldest record, null at the end that BeginReading fixed.
     const vTraceRecord* Front() noexcept;
-    void PopFront() noexcept { ++headIndex_; }
+    // Takes the record that Front shows out, with its time in the microseconds of the trace.
+    vTraceRecord PopFront() noexcept {
+        vTraceRecord record = head_->records[headIndex_++];
+        record.timestamp = time_.Convert(record);
+        return record;
+    }
 
     // Guarded by the registry's lock.
     ThreadRecords* nextInRegistry = nullptr;
     bool hasOwner = false;
 
 private:
-    explicit ThreadRecords(std::int64_t origin) noexcept : origin_(origin) {}
+    explicit ThreadRecords(std::int64_t origin) noexcept : time_(origin) {}
 
     bool _Refill() noexcept;
     RecordChunk* _TakeChunk() noexcept;
@@ -95,7 +101,6 @@ private:
     std::uint32_t optionalLimit_ = 0;
     std::uint32_t openScopes_ = 0;
     std::uint32_t tid_ = 0;
-    std::int64_t origin_;  // nanoseconds on the steady clock
     // Chunks in hand, linked through `next`: they hold the ends of all open scopes if need be.
     RecordChunk* reserve_ = nullptr;
     std::uint32_t reserveCount_ = 0;
@@ -109,6 +114,7 @@ private:
     std::uint32_t headIndex_ = 0;
     const RecordChunk* endChunk_ = nullptr;
     std::uint32_t endIndex_ = 0;
+    TraceTime time_;
 };
 
 }  // namespace ZKL

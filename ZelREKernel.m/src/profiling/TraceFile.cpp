@@ -12,7 +12,7 @@ bool TraceFile::Open(const std::filesystem::path& directory,
     }
     vGoogleTracer::BeginFile();
     vGoogleTracer::WriteOpening(_GetSink(), options_);
-    end_ = file_.pubseekoff(0, std::ios_base::cur, std::ios_base::out);
+    EndBatch();
     return true;
 }
 

@@ -29,13 +29,9 @@ inline ThreadRecords* GetRecords() noexcept {
     return records ? records : AdoptRecords();
 }
 
-// Whole microseconds since the profiler's start, rounded down: later is never less, so slices that
-// nest in nanoseconds nest in microseconds.
-inline std::int64_t Now(const ThreadRecords& records) noexcept {
+inline std::int64_t Now() noexcept {
     const auto now = std::chrono::steady_clock::now().time_since_epoch();
-    const std::int64_t elapsed =
-        std::chrono::duration_cast<std::chrono::nanoseconds>(now).count() - records.GetOrigin();
-    return static_cast<std::int64_t>(static_cast<std::uint64_t>(elapsed) / 1000);
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(now).count();
 }
 
 // A slot filled with everything but the time.
@@ -71,7 +67,7 @@ inline void RecordEvent(char phase, std::uint32_t nameId, std::uint32_t category
     if (slot) {
         Fill(*slot, *records, phase, nameId, categoryId);
         complete(*slot);
-        slot->timestamp = Now(*records);
+        slot->timestamp = Now();
         records->Publish();
     }
 }
@@ -187,7 +183,7 @@ bool vProfiler::BeginScope(std::uint32_t nameId, std::uint32_t categoryId, std::
     records->CountOpenScope();
     Fill(*slot, *records, 'B', nameId, categoryId);
     SetArgument(*slot, argNameId, argKind, value);
-    slot->timestamp = Now(*records);
+    slot->timestamp = Now();
     records->Publish();
     return true;
 }
@@ -200,7 +196,7 @@ bool vProfiler::BeginFlowScope(std::uint32_t nameId, std::uint32_t categoryId,
     }
     // Viewers tie a start or a step to the slice that is open, but a finish to the next slice that
     // begins: so the finish stands right before the beginning of its slice, at the same time.
-    const std::int64_t now = Now(*records);
+    const std::int64_t now = Now();
     if (phase == 'f' && !RecordFlowAt(*records, phase, flowId, now)) {
         return false;
     }
@@ -224,7 +220,7 @@ void vProfiler::EndScope(std::uint32_t nameId, std::uint32_t categoryId) noexcep
     if (!records) {
         return;
     }
-    const std::int64_t now = Now(*records);
+    const std::int64_t now = Now();
     vTraceRecord& slot = records->ClaimEnd();
     Fill(slot, *records, 'E', nameId, categoryId);
     slot.timestamp = now;

@@ -42,8 +42,7 @@ private:
 
     bool _Open();
     void _WriteMetaData();
-    void _WriteEvents(RecordMerge& merge);
-    void _WriteEndOfFlush();
+    void _WriteEvents(std::vector<ThreadRecords*> sources);
     void _SpellCounters(std::size_t count) noexcept;
 
     vSlimLock lock_;
@@ -67,20 +66,18 @@ void vProfilerManager::Trace::Finish() noexcept {
 
 bool vProfilerManager::Trace::Flush() {
     const std::lock_guard guard(lock_);
-    const bool isEnabled = vProfiler::IsEnabled();
     if (!file_.IsOpen() && !_Open()) {
         return false;
     }
-    if (isEnabled) {
-        vProfiler::RecordInstant(NameTable::eStartFlushProfiler);
-    }
-    RecordMerge merge(ProfilerState::Get().GetAllRecords());
+    vProfiler::RecordInstant(NameTable::eStartFlushProfiler);
+    std::vector<ThreadRecords*> sources = ProfilerState::Get().GetAllRecords();
+    std::vector<ThreadRecords*> again = sources;
     file_.BeginBatch();
     _WriteMetaData();
-    _WriteEvents(merge);
-    if (isEnabled) {
-        _WriteEndOfFlush();
-    }
+    _WriteEvents(std::move(sources));
+    // Once more, so that the flush's own end is not left for the next one.
+    vProfiler::RecordInstant(NameTable::eEndFlushProfiler);
+    _WriteEvents(std::move(again));
     file_.EndBatch();
     return true;
 }
@@ -107,22 +104,12 @@ void vProfilerManager::Trace::_WriteMetaData() {
     }
 }
 
-void vProfilerManager::Trace::_WriteEvents(RecordMerge& merge) {
+void vProfilerManager::Trace::_WriteEvents(std::vector<ThreadRecords*> sources) {
+    RecordMerge merge(std::move(sources));
     while (const std::size_t count = merge.Read(batch_)) {
         _SpellCounters(count);
         file_.Write({batch_.data(), count});
     }
-}
-
-// Written as one record more and not recorded, so that it is in this flush and not in the next.
-void vProfilerManager::Trace::_WriteEndOfFlush() {
-    vTraceRecord record;
-    record.categoryId = vProfiler::kDefaultCategory;
-    record.nameId = NameTable::eEndFlushProfiler;
-    record.tid = vProfiler::GetThreadIndex();
-    record.timestamp =
-        static_cast<std::int64_t>(ProfilerState::Get().GetTimer().GetElapsedTime() * 1000);
-    file_.Write({&record, 1});
 }
 
 // A numeric argument is written as a text, of which viewers draw no graph: a counter gets its
