@@ -36,7 +36,7 @@ std::int32_t EventState::Reset() {
 
 bool EventState::Wait(const Deadline& deadline) {
     const std::uint32_t before = Word();
-    if (SpinBriefly([&] { return IsMet(before, Word()); })) {
+    if (patience_.WaitFor([&] { return IsMet(before, Word()); })) {
         return true;
     }
     for (;;) {

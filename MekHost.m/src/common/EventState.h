@@ -15,6 +15,7 @@
 #include <cstdint>
 
 #include "MekHost/system/MekEvent.h"
+#include "common/AddressWait.h"
 #include "common/Deadline.h"
 
 namespace mek {
@@ -49,6 +50,7 @@ public:
 private:
     std::atomic<std::uint32_t> word_;
     std::atomic<int> reason_{0};
+    Patience patience_;
 };
 
 // Waits until any one of the events is signalled and stores the lowest index found; false when the

@@ -26,7 +26,7 @@ public:
             return kMekTimeout;
         }
         const mek::Deadline deadline(timeoutMs);
-        const bool taken = mek::SpinBriefly([&] { return Take(0); }) || Sleep(deadline);
+        const bool taken = patience_.WaitFor([&] { return Take(0); }) || Sleep(deadline);
         return taken ? kMekOk : kMekTimeout;
     }
 
@@ -88,6 +88,7 @@ private:
 
     std::atomic<std::uint64_t> state_;
     const std::uint64_t maximum_;
+    mek::Patience patience_;
 };
 
 }  // namespace
