@@ -53,17 +53,17 @@ protected:
 INSTANTIATE_TEST_SUITE_P(Threads, vThreadPoolTest, testing::Values(1u, 2u, 8u, 64u));
 
 TEST_P(vThreadPoolTest, JobsOfSeveralProducersRunOnceEach) {
-    constexpr int kProducers = 4;
-    constexpr int kJobs = 500;
+    constexpr std::size_t kProducers = 4;
+    constexpr std::size_t kJobs = 500;
     std::vector<std::atomic<int>> runs(kProducers * kJobs);
-    std::atomic<int> left = kProducers * kJobs;
+    std::atomic<std::size_t> left = kProducers * kJobs;
     const std::unique_ptr<MekEvent> done(CreateMekEvent(0));
     vThreadPool pool(GetParam());
     std::vector<std::thread> producers;
-    for (int p = 0; p < kProducers; ++p) {
+    for (std::size_t p = 0; p < kProducers; ++p) {
         producers.emplace_back([&, p] {
-            for (int i = 0; i < kJobs; ++i) {
-                pool.AddTask(MakeTask([&, at = static_cast<std::size_t>(p * kJobs + i)] {
+            for (std::size_t i = 0; i < kJobs; ++i) {
+                pool.AddTask(MakeTask([&, at = p * kJobs + i] {
                     ++runs[at];
                     if (--left == 0) {
                         done->Signal(0);

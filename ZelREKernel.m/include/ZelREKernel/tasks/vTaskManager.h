@@ -67,10 +67,14 @@ public:
 private:
     // Its context is bound to nobody's: work filled in by a task may outlive that task.
     struct Slot {
-        tbb::task_group_context context{
-            tbb::task_group_context::isolated,
-            tbb::task_group_context::default_traits | tbb::task_group_context::concurrent_wait};
-        tbb::task_group group{context};
+        Slot()
+            : context(tbb::task_group_context::isolated,
+                      tbb::task_group_context::default_traits |
+                          tbb::task_group_context::concurrent_wait),
+              group(context) {}
+
+        tbb::task_group_context context;
+        tbb::task_group group;
     };
     struct Unloader;
 
