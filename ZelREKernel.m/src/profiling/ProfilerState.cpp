@@ -4,6 +4,7 @@
 #include <cstring>
 #include <mutex>
 
+#include "ZelREKernel/base/vMallocAllocator.h"
 #include "profiling/CurrentThread.h"
 
 namespace ZKL {
@@ -36,7 +37,7 @@ ThreadRecords* ProfilerState::Adopt(std::uint32_t threadIndex) noexcept {
         records = records->nextInRegistry;
     }
     if (!records) {
-        records = ThreadRecords::Create(GetOrigin());
+        records = ThreadRecords::Create(*DefaultAllocator(), GetOrigin());
         if (!records) {
             return nullptr;
         }

@@ -2,36 +2,34 @@
 
 #include <new>
 
-#include "ZelREKernel/base/vMallocAllocator.h"
-
 namespace ZKL {
 namespace {
 
 constexpr std::uint32_t kLine = 64;
 
-RecordChunk* NewChunk() noexcept {
-    void* memory = DefaultAllocator()->Allocate(sizeof(RecordChunk), kLine);
-    return memory ? ::new (memory) RecordChunk : nullptr;
-}
-
 template <typename Next>
-void FreeChain(RecordChunk* chunk, Next next) noexcept {
+void FreeChain(vAllocator& allocator, RecordChunk* chunk, Next next) noexcept {
     while (chunk) {
         RecordChunk* following = next(*chunk);
-        DefaultAllocator()->Free(chunk);
+        allocator.Free(chunk);
         chunk = following;
     }
 }
 
 }  // namespace
 
-ThreadRecords* ThreadRecords::Create(std::int64_t origin) noexcept {
-    void* memory = DefaultAllocator()->Allocate(sizeof(ThreadRecords), alignof(ThreadRecords));
+RecordChunk* ThreadRecords::_NewChunk() noexcept {
+    void* memory = allocator_.Allocate(sizeof(RecordChunk), kLine);
+    return memory ? ::new (memory) RecordChunk : nullptr;
+}
+
+ThreadRecords* ThreadRecords::Create(vAllocator& allocator, std::int64_t origin) noexcept {
+    void* memory = allocator.Allocate(sizeof(ThreadRecords), alignof(ThreadRecords));
     if (!memory) {
         return nullptr;
     }
-    auto* records = ::new (memory) ThreadRecords(origin);
-    records->tail_ = records->head_ = NewChunk();
+    auto* records = ::new (memory) ThreadRecords(allocator, origin);
+    records->tail_ = records->head_ = records->_NewChunk();
     if (!records->tail_) {
         Delete(records);
         return nullptr;
@@ -40,13 +38,14 @@ ThreadRecords* ThreadRecords::Create(std::int64_t origin) noexcept {
 }
 
 void ThreadRecords::Delete(ThreadRecords* records) noexcept {
+    vAllocator& allocator = records->allocator_;
     const auto next = [](RecordChunk& c) { return c.next.load(std::memory_order_relaxed); };
     const auto below = [](RecordChunk& c) { return c.below; };
-    FreeChain(records->head_, next);
-    FreeChain(records->reserve_, next);
-    FreeChain(records->ownSpares_, below);
-    FreeChain(records->spares_.load(std::memory_order_acquire), below);
-    DefaultAllocator()->Free(records);
+    FreeChain(allocator, records->head_, next);
+    FreeChain(allocator, records->reserve_, next);
+    FreeChain(allocator, records->ownSpares_, below);
+    FreeChain(allocator, records->spares_.load(std::memory_order_acquire), below);
+    allocator.Free(records);
 }
 
 // A chunk is only begun with enough in hand for the ends of all scopes open after it, were it
@@ -78,7 +77,7 @@ RecordChunk* ThreadRecords::_TakeChunk() noexcept {
     }
     RecordChunk* chunk = ownSpares_;
     if (!chunk) {
-        return NewChunk();
+        return _NewChunk();
     }
     ownSpares_ = chunk->below;
     return chunk;
@@ -125,7 +124,7 @@ void ThreadRecords::_Recycle(RecordChunk* chunk) noexcept {
         chunk->below = top;
         chunk->height = top ? top->height + 1 : 1;
         if (chunk->height > kMaxSpares) {
-            DefaultAllocator()->Free(chunk);
+            allocator_.Free(chunk);
             return;
         }
         // Release pairs with the acquire of the exchange in _TakeChunk.

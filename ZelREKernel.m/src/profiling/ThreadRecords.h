@@ -9,6 +9,7 @@
 #include <atomic>
 #include <cstdint>
 
+#include "ZelREKernel/base/vAllocator.h"
 #include "ZelREKernel/profiling/vTraceRecord.h"
 #include "profiling/TraceTime.h"
 
@@ -30,9 +31,10 @@ public:
     // Emptied chunks that wait for the thread; the flusher gives more than these back to the heap.
     static constexpr std::uint32_t kMaxSpares = 512;
 
-    // `origin`, the trace's time 0, is in nanoseconds on the steady clock. Null when there is no
-    // memory. Delete returns it and all its records to the heap.
-    static ThreadRecords* Create(std::int64_t origin) noexcept;
+    // All memory comes from `allocator`. `origin`, the trace's time 0, is in nanoseconds on the
+    // steady clock. Null when there is no memory. Delete returns it and all its records to the
+    // heap.
+    static ThreadRecords* Create(vAllocator& allocator, std::int64_t origin) noexcept;
     static void Delete(ThreadRecords* records) noexcept;
     ThreadRecords(const ThreadRecords&) = delete;
     ThreadRecords& operator=(const ThreadRecords&) = delete;
@@ -87,12 +89,17 @@ public:
     bool hasOwner = false;
 
 private:
-    explicit ThreadRecords(std::int64_t origin) noexcept : time_(origin) {}
+    ThreadRecords(vAllocator& allocator, std::int64_t origin) noexcept
+        : allocator_(allocator), time_(origin) {}
 
     bool _Refill() noexcept;
     RecordChunk* _TakeChunk() noexcept;
     void _NextChunk() noexcept;
     void _Recycle(RecordChunk* chunk) noexcept;
+
+    RecordChunk* _NewChunk() noexcept;
+
+    vAllocator& allocator_;
 
     // The recording thread's.
     RecordChunk* tail_ = nullptr;
