@@ -20,7 +20,12 @@ struct OpenedFiles {
 std::FILE* OpenLogFile(const std::string& path) {
     const std::lock_guard guard(s_openedFiles.mutex);
     const auto [name, isNew] = s_openedFiles.names.insert(path);
-    std::FILE* const file = std::fopen(path.c_str(), isNew ? "w+" : "a");
+    std::FILE* file = std::fopen(path.c_str(), isNew ? "w+" : "a");
+    if (file && isNew) {
+        // Started afresh, it goes on appending as well: two outputs that each keep a place of their
+        // own in one file would write over each other's lines.
+        file = std::freopen(path.c_str(), "a", file);
+    }
     if (!file && isNew) {
         s_openedFiles.names.erase(name);
     }
