@@ -1,0 +1,50 @@
+// A process whose log channels are fresh.
+//
+//     core-child settings             its exit code is the default channel's level, plus 8 when the
+//                                     pipelining channel is on
+//     core-child exit <file>          logs a line through the flusher and ends without stopping it
+//     core-child debugged <out> <err> logs with a debugger attached, standard streams into files
+
+#include <ZelREKernel/core/vLog.h>
+#include <ZelREKernel/core/vLoggerLifeCycle.h>
+#include <ZelREKernel/core/vLoggerManager.h>
+
+#include <string_view>
+
+#include "core/helper/CoreChild.h"
+
+namespace {
+
+ZKL::vLogger& Channel(ZKL::vLoggerManager::Type type) {
+    return ZKL::vLoggerManager::GetInstance().GetLogger(type);
+}
+
+int TellSettings() {
+    const bool pipelining = Channel(ZKL::vLoggerManager::ePipelining).IsEnabled();
+    return Channel(ZKL::vLoggerManager::eDefault).GetLevel() + (pipelining ? 8 : 0);
+}
+
+int ExitUnderway(const char* file) {
+    Channel(ZKL::vLoggerManager::eRufx).SetOutput(file);
+    ZKL::vLoggerLifeCycle().Initialize();
+    for (int i = 0; i < 1000; ++i) {
+        ZKL::LogRufx(ZKL::vLogger::eInfo, "%d", i);
+    }
+    return 0;
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+    const std::string_view order = count > 1 ? arguments[1] : "";
+    if (order == "settings") {
+        return TellSettings();
+    }
+    if (order == "exit" && count == 3) {
+        return ExitUnderway(arguments[2]);
+    }
+    if (order == "debugged" && count == 4) {
+        return LogUnderDebugger(arguments[2], arguments[3]);
+    }
+    return 100;
+}

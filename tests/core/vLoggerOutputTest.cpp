@@ -1,0 +1,101 @@
+#include "ZelREKernel/core/vLoggerOutput.h"
+
+#include <MekHost/process/MekAbendInfo.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "ZelREKernel/core/vLog.h"
+#include "core/CollectingOutput.h"
+#include "support/CaptureStream.h"
+#include "support/ScopedCheckHandler.h"
+#include "support/TempDir.h"
+
+namespace {
+
+using ZKL::vLoggerOutput;
+
+TEST(vLoggerOutput, LivesUntilItsLastReference) {
+    test::Collected collected;
+    vLoggerOutput* const output = new test::CollectingOutput(&collected);
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 8; ++i) {
+        output->AddRef();
+        threads.emplace_back([output] {
+            for (int round = 0; round < 1000; ++round) {
+                output->AddRef();
+                output->Release();
+            }
+            output->Release();
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(collected.Joined(), "");
+    output->Release();
+    EXPECT_EQ(collected.Joined(), "<gone>");
+}
+
+TEST(vLoggerOutput, WritesToTheStreamItsNameStandsFor) {
+    const std::string withZero("b\0c\n", 4);
+    test::CaptureStream out(1);
+    test::CaptureStream err(2);
+    for (const char* name : {"stdout", "stderr", "/no/such/directory/file", ""}) {
+        vLoggerOutput* const output = vLoggerOutput::Create(name);
+        ASSERT_NE(output, nullptr);
+        output->Write("a\n");
+        output->Write(withZero);
+        output->Release();
+    }
+    EXPECT_EQ(err.Text(), "a\n" + withZero);
+    const std::string each = "a\n" + withZero;
+    EXPECT_EQ(out.Text(), each + each + each);  // stdout, and what stands in for the two files
+}
+
+TEST(vLoggerOutput, StartsAFileAfreshOnceInAProcess) {
+    const test::TempDir directory;
+    const std::string file = directory.File("log");
+    const std::string later = directory.File("later/log");
+    test::CaptureStream out(1);
+    std::ofstream(file) << "from an earlier run\n";
+    vLoggerOutput* const first = vLoggerOutput::Create(file.c_str());
+    first->Write("first\n");
+    EXPECT_EQ(test::ReadFile(file), "first\n");  // flushed, and afresh
+    vLoggerOutput* const second = vLoggerOutput::Create(file.c_str());
+    second->Write("second\n");
+    EXPECT_EQ(test::ReadFile(file), "first\nsecond\n");
+    second->Release();
+    first->Release();
+
+    // A path counts only once it could be opened.
+    vLoggerOutput::Create(later.c_str())->Release();
+    std::filesystem::create_directory(directory.Path() / "later");
+    std::ofstream(later) << "from an earlier run\n";
+    vLoggerOutput::Create(later.c_str())->Release();
+    EXPECT_EQ(test::ReadFile(later), "");
+}
+
+TEST(vLoggerOutput, AddsToTheCrashReportThatOutlivesIt) {
+    vLoggerOutput* const output = vLoggerOutput::Create("abendTrace");
+    output->Write("from an output\n");
+    output->Release();
+    ZKL::LogAbendTrace(ZKL::vLogger::eInfo, "from the %s\n", "channel");
+    EXPECT_EQ(MekAbendInfo::WriteReport(),
+              "==== ZELO INFORMATION ====\nfrom an output\nfrom the channel\n");
+}
+
+TEST(vLoggerOutput, ReportsNullTexts) {
+    test::CaptureStream out(1);
+    test::ScopedCheckHandler checks;
+    EXPECT_EQ(vLoggerOutput::Create(nullptr), nullptr);
+    vLoggerOutput* const output = vLoggerOutput::Create("stdout");
+    output->Write(nullptr);
+    output->Release();
+    EXPECT_EQ(checks.Expressions(), (std::vector<std::string>{"name", "text"}));
+    EXPECT_EQ(out.Text(), "");
+}
+
+}  // namespace

@@ -1,0 +1,357 @@
+#include "ZelREKernel/core/vLogger.h"
+
+#include <MekHost/process/MekEnvironment.h>
+#include <MekHost/process/MekStartProcess.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <list>
+#include <map>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "ZelREKernel/core/vLog.h"
+#include "ZelREKernel/core/vLoggerLifeCycle.h"
+#include "ZelREKernel/core/vLoggerManager.h"
+#include "core/CollectingOutput.h"
+#include "support/CaptureStream.h"
+#include "support/ScopedCheckHandler.h"
+#include "support/TempDir.h"
+#include "support/WaitUntil.h"
+
+namespace {
+
+using ZKL::vLogger;
+using ZKL::vLoggerLifeCycle;
+using ZKL::vLoggerManager;
+
+ZKL_PRINTF_FORMAT(3, 4)
+void Log(vLogger& logger, vLogger::FLogLevel level, const char* format, ...) {
+    std::va_list arguments;
+    va_start(arguments, format);
+    logger.Log(level, format, arguments);
+    va_end(arguments);
+}
+
+// What the compiler would refuse of Log.
+void LogWithoutFormat(vLogger& logger, int last, ...) {
+    const char* volatile format = nullptr;
+    std::va_list arguments;
+    va_start(arguments, last);
+    logger.Log(vLogger::eError, format, arguments);
+    va_end(arguments);
+}
+
+vLogger& Channel(int type) {
+    return vLoggerManager::GetInstance().GetLogger(static_cast<vLoggerManager::Type>(type));
+}
+
+// Runs core-child and returns its exit code.
+int RunChild(std::vector<const char*> arguments) {
+    arguments.insert(arguments.begin(), ZEL_TEST_BIN_DIR "/core-child");
+    arguments.push_back(nullptr);
+    int result = -1;
+    int error = -1;
+    EXPECT_EQ(MekStartProcess(arguments[0], arguments.data(), true, result, error), 0) << error;
+    return result;
+}
+
+TEST(vLogger, FiltersAndDecorates) {
+    test::Collected collected;
+    vLogger logger(new test::CollectingOutput(&collected), vLogger::eFlushEachMessage,
+                   vLogger::eInfo, false);
+    Log(logger, vLogger::eError, "off at first");
+    logger.BeginLog();
+    const char* const kNames[] = {"DEBUG", "WARNING", "PROFILING", "INFO", "ERROR", "RELEASE"};
+    for (int level = -1; level <= 7; ++level) {
+        const auto value = static_cast<vLogger::FLogLevel>(level);
+        const char* const name = vLogger::ConvertLogLevelToString(value);
+        if (level < 0 || level > 5) {
+            EXPECT_EQ(name, nullptr) << level;
+        } else {
+            EXPECT_STREQ(name, kNames[level]);
+        }
+        Log(logger, value, "%d%%", level);
+    }
+    logger.EndLog();
+    Log(logger, vLogger::eError, "off again");
+    EXPECT_EQ(collected.Texts(),
+              (std::vector<std::string>{"[INFO]\t : 3%\n", "[ERROR]\t : 4%\n", "[RELEASE]\t : 5%\n",
+                                        "[]\t : 6%\n", "[]\t : 7%\n"}));
+}
+
+TEST(vLogger, FormatsTextsOfEveryLength) {
+    test::Collected collected;
+    vLogger logger(new test::CollectingOutput(&collected), vLogger::eFlushEachMessage,
+                   vLogger::eDebug, false);
+    logger.BeginLog();
+    std::vector<std::string> expected;
+    for (const std::size_t length : {0u, 1u, 1022u, 1023u, 1024u, 1025u, 65536u, 3000000u}) {
+        const std::string text(length, 'x');
+        Log(logger, vLogger::eDebug, "%s|%d", text.c_str(), 42);
+        expected.push_back("[DEBUG]\t : " + text + "|42\n");
+    }
+    Log(logger, vLogger::eDebug, "a%cb", 0);
+    expected.push_back(std::string("[DEBUG]\t : a\0b\n", 15));
+    EXPECT_EQ(collected.Texts(), expected);
+}
+
+TEST(vLogger, KeepsItsTextUntilItMayBeFlushed) {
+    const test::TempDir directory;
+    vLogger& profiling = Channel(vLoggerManager::eProfiling);
+    const std::string file = directory.File("profiling");
+    ZKL::LogProfiling(vLogger::eError, "off");
+    profiling.BeginLog();
+    ZKL::LogProfiling(vLogger::eWarning, "too low");
+    ZKL::LogProfiling(vLogger::eInfo, "a%d ", 1);
+    ZKL::LogProfilingFlush();  // no output yet
+    profiling.SetOutput(file.c_str());
+    EXPECT_EQ(profiling.GetOutputName(), file);
+    ZKL::LogProfiling(vLogger::eProfiling, "b");
+    EXPECT_EQ(test::ReadFile(file), "");
+    ZKL::LogProfilingFlush();
+    EXPECT_EQ(test::ReadFile(file), "a1 b");
+    profiling.EndLog();
+
+    // Without the mode a request does nothing, but every message is flushed.
+    const std::string draws = directory.File("draws");
+    vLogger& drawCall = Channel(vLoggerManager::eDrawCall);
+    drawCall.BeginLog();
+    ZKL::LogDrawCall(vLogger::eDebug, "early");
+    drawCall.SetOutput(draws.c_str());
+    ZKL::LogDrawCallFlush();
+    EXPECT_EQ(test::ReadFile(draws), "");
+    ZKL::LogDrawCall(vLogger::eDebug, "late");
+    EXPECT_EQ(test::ReadFile(draws), "[DEBUG]\t : early\n[DEBUG]\t : late\n");
+    drawCall.EndLog();
+}
+
+TEST(vLogger, ReportsMisuseAndGoesOn) {
+    test::Collected collected;
+    vLogger logger(new test::CollectingOutput(&collected), vLogger::eFlushEachMessage,
+                   vLogger::eDebug, false);
+    logger.BeginLog();
+    test::ScopedCheckHandler checks;
+    LogWithoutFormat(logger, 0);
+    logger.SetOutput(nullptr);
+    EXPECT_EQ(checks.Expressions(), (std::vector<std::string>{"format", "name"}));
+    EXPECT_EQ(collected.Joined(), "");
+}
+
+TEST(vLoggerManager, HasTheChannelsOfTheTable) {
+    const struct {
+        const char* output;
+        int level;
+        bool enabled;
+    } kChannels[] = {{"stdout", 0, true}, {"", 0, false},          {"", 2, false},
+                     {"stdout", 0, true}, {"abendTrace", 0, true}, {"stdout", 0, true},
+                     {"stdout", 0, false}};
+    test::CaptureStream err(2);
+    for (int type = 0; type < 7; ++type) {
+        SCOPED_TRACE(type);
+        const vLogger& logger = Channel(type);
+        // The two without an output are given one by other tests of this process.
+        if (*kChannels[type].output) {
+            EXPECT_EQ(logger.GetOutputName(), kChannels[type].output);
+        }
+        EXPECT_EQ(logger.GetLevel(), kChannels[type].level);
+        EXPECT_EQ(logger.IsEnabled(), kChannels[type].enabled);
+    }
+    EXPECT_EQ(&Channel(7), &Channel(0));
+    EXPECT_EQ(&Channel(-1), &Channel(0));
+    EXPECT_EQ(err.Text(), "Invalid logger type asked for: 7\nInvalid logger type asked for: -1\n");
+    test::CaptureStream out(1);
+    ZKL::LogDefault(vLogger::eInfo, "one");
+    ZKL::LogRufx(vLogger::eInfo, "two");
+    ZKL::LogXCTOrrin(vLogger::eInfo, "three");
+    EXPECT_EQ(out.Text(), "[INFO]\t : one\n[INFO]\t : two\n[INFO]\t : three\n");
+}
+
+TEST(vLoggerManager, ReadsItsSettingsFromTheEnvironment) {
+    const std::map<const char*, int> kLevels = {
+        {"", 0},      {"0", 0},  {"3", 3},           {"5", 5},         {"6", 5},       {"9", 5},
+        {"x", 5},     {"A", 5},  {"-", 0},           {"error", 4},     {"Release", 5}, {"INFO", 3},
+        {"debug", 0}, {"11", 0}, {"INFORMATION", 0}, {"pRoFiLiNg", 2}, {"warning", 1}};
+    EXPECT_EQ(RunChild({"settings"}), 0);
+    for (const auto& [text, level] : kLevels) {
+        MekPutEnv(("ZKLDefaultLogLevel=" + std::string(text)).c_str());
+        EXPECT_EQ(RunChild({"settings"}), level) << '"' << text << '"';
+    }
+    MekRemoveEnv("ZKLDefaultLogLevel");
+    MekPutEnv("LOG_PIPELINING=0");
+    EXPECT_EQ(RunChild({"settings"}), 8);
+    MekRemoveEnv("LOG_PIPELINING");
+}
+
+TEST(PipeliningChannel, IndentsAsItsWordsSay) {
+    const test::TempDir directory;
+    const std::string file = directory.File("log");
+    vLogger& channel = Channel(vLoggerManager::ePipelining);
+    channel.SetOutput(file.c_str());
+    ZKL::LogPipelining(vLogger::eInfo, "pushtab off\n");
+    channel.BeginLog();
+    ZKL::LogPipelining(vLogger::eInfo, "poptab frame %d\n", 1);
+    ZKL::LogPipelining(vLogger::eInfo, "pushtab\n");
+    ZKL::LogPipelining(vLogger::eInfo, "draw  %s pushtab\n  two\n\npoptab three poptab", "pushtab");
+    ZKL::LogPipelining(vLogger::eInfo, "\n");
+    ZKL::LogPipelining(vLogger::eInfo, "pushtabs poptab poptab end\n");
+    channel.EndLog();
+    EXPECT_EQ(test::ReadFile(file),
+              "frame 1\n\tdraw  pushtab\n\t\t  two\n\n\tthree\npushtabs end\n");
+}
+
+class Flusher : public testing::Test {
+protected:
+    Flusher() { lifeCycle.Initialize(); }
+    ~Flusher() override { lifeCycle.Terminate(); }
+
+    vLoggerLifeCycle lifeCycle;
+    test::Collected collected;
+};
+
+TEST_F(Flusher, WritesAllOfEveryThreadInItsOrderBeforeItEnds) {
+    for (const int threads : {1, 2, 8, 64}) {
+        const int lines = 6400 / threads;
+        test::Collected texts;
+        vLogger logger(new test::CollectingOutput(&texts), vLogger::eFlushEachMessage,
+                       vLogger::eDebug, true);
+        logger.BeginLog();
+        EXPECT_TRUE(lifeCycle.Initialize());
+        std::vector<std::thread> workers;
+        for (int thread = 0; thread < threads; ++thread) {
+            workers.emplace_back([&logger, thread, lines] {
+                for (int i = 0; i < lines; ++i) {
+                    Log(logger, vLogger::eInfo, "%d %d %0*d", thread, i, i % 300, 0);
+                }
+            });
+        }
+        for (std::thread& worker : workers) {
+            worker.join();
+        }
+        EXPECT_TRUE(lifeCycle.Terminate());
+        EXPECT_TRUE(lifeCycle.Terminate());
+        std::vector<int> next(static_cast<std::size_t>(threads), 0);
+        for (const std::string& text : texts.Texts()) {
+            int thread = -1;
+            int i = -1;
+            ASSERT_EQ(std::sscanf(text.c_str(), "[INFO]\t : %d %d ", &thread, &i), 2) << text;
+            EXPECT_EQ(i, next[static_cast<std::size_t>(thread)]++);
+        }
+        EXPECT_EQ(next, std::vector<int>(static_cast<std::size_t>(threads), lines));
+    }
+}
+
+// Logs from within the flusher's thread, and tells what became of it.
+class EchoingOutput final : public test::CollectingOutput {
+public:
+    using CollectingOutput::Write;
+    EchoingOutput(test::Collected* collected, vLogger* echo)
+        : CollectingOutput(collected), echo_(echo) {}
+    void Write(const std::string& text) override {
+        CollectingOutput::Write(text);
+        Log(*echo_, vLogger::eInfo, "echo");
+    }
+
+private:
+    vLogger* echo_;
+};
+
+TEST_F(Flusher, LetsAnOutputLog) {
+    test::Collected echoes;
+    vLogger echo(new test::CollectingOutput(&echoes), vLogger::eFlushEachMessage, vLogger::eDebug,
+                 true);
+    echo.BeginLog();
+    vLogger logger(new EchoingOutput(&collected, &echo), vLogger::eFlushEachMessage,
+                   vLogger::eDebug, true);
+    logger.BeginLog();
+    Log(logger, vLogger::eInfo, "call");
+    while (echoes.Texts().empty()) {
+        std::this_thread::yield();
+    }
+    lifeCycle.Terminate();
+    EXPECT_EQ(echoes.Joined(), "[INFO]\t : echo\n");
+}
+
+// Blocks in Write until it is let go, so that the test knows where the flusher stands.
+class GateOutput final : public test::CollectingOutput {
+public:
+    using CollectingOutput::Write;
+    GateOutput(test::Collected* collected, std::atomic<int>* gate)
+        : CollectingOutput(collected), gate_(gate) {}
+    void Write(const std::string& text) override {
+        int shut = 0;
+        gate_->compare_exchange_strong(shut, 1);  // once let go it stays open
+        while (gate_->load() != 2) {
+            std::this_thread::yield();
+        }
+        CollectingOutput::Write(text);
+    }
+
+private:
+    std::atomic<int>* gate_;
+};
+
+TEST_F(Flusher, HoldsOutputsWhileTextIsQueuedAndStallsNobody) {
+    const test::TempDir directory;
+    std::atomic<int> gate{0};
+    {
+        vLogger logger(new GateOutput(&collected, &gate), vLogger::eFlushEachMessage,
+                       vLogger::eDebug, true);
+        logger.BeginLog();
+        Log(logger, vLogger::eInfo, "1");
+        while (gate.load() != 1) {
+            std::this_thread::yield();
+        }
+        Log(logger, vLogger::eInfo, "2");  // returns although the output is stuck
+        Log(logger, vLogger::eInfo, "3");
+        logger.SetOutput(directory.File("log").c_str());
+    }
+    EXPECT_EQ(collected.Joined(), "");
+    gate.store(2);
+    lifeCycle.Terminate();
+    EXPECT_EQ(collected.Joined(), "[INFO]\t : 1\n[INFO]\t : 2\n[INFO]\t : 3\n<gone>");
+}
+
+TEST_F(Flusher, DropsWhatComesWhileItStops) {
+    std::atomic<int> gate{0};
+    vLogger logger(new GateOutput(&collected, &gate), vLogger::eFlushEachMessage, vLogger::eDebug,
+                   true);
+    logger.BeginLog();
+    Log(logger, vLogger::eInfo, "first");
+    while (gate.load() != 1) {
+        std::this_thread::yield();
+    }
+    std::thread stopping([this] { lifeCycle.Terminate(); });
+    // The queue keeps the output of a text that it took; a dropped text leaves its output to go.
+    std::list<test::Collected> probes;
+    EXPECT_TRUE(test::WaitUntil([&probes] {
+        test::Collected& probe = probes.emplace_back();
+        {
+            vLogger prober(new test::CollectingOutput(&probe), vLogger::eFlushEachMessage,
+                           vLogger::eDebug, true);
+            prober.BeginLog();
+            Log(prober, vLogger::eInfo, "probe");
+        }
+        return probe.Joined() == "<gone>";
+    }));
+    Log(logger, vLogger::eInfo, "too late");
+    gate.store(2);
+    stopping.join();
+    Log(logger, vLogger::eInfo, "direct");
+    EXPECT_EQ(collected.Joined(), "[INFO]\t : first\n[INFO]\t : direct\n");
+    EXPECT_EQ(probes.back().Joined(), "<gone>");
+}
+
+TEST(FlusherAtExit, WritesWhatIsQueued) {
+    const test::TempDir directory;
+    const std::string file = directory.File("log");
+    EXPECT_EQ(RunChild({"exit", file.c_str()}), 0);
+    std::string expected;
+    for (int i = 0; i < 1000; ++i) {
+        expected += "[INFO]\t : " + std::to_string(i) + "\n";
+    }
+    EXPECT_EQ(test::ReadFile(file), expected);
+}
+
+}  // namespace
