@@ -8,18 +8,23 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 
 #include "MekHost/assertion/MekCheck.h"
 #include "ZelREKernel/profiling/vCryptoTools.h"
-#include "ZelREKernel/profiling/vGoogleTracer.h"
 
 namespace ZKL {
 
 class ChunkBuffer {
 public:
-    ChunkBuffer(const vGoogleTracer::Sink& sink, const vGoogleTracer::Options& options) noexcept
-        : sink_(sink), options_(options) {}
+    using Write = void (*)(void* context, const char* text, std::size_t length);
+
+    static constexpr std::size_t kSize = 8192;
+    static constexpr std::size_t kThreshold = 7680;
+
+    ChunkBuffer(Write write, void* context, bool isScrambled, std::uint32_t key) noexcept
+        : write_(write), context_(context), isScrambled_(isScrambled), key_(key) {}
 
     // Where `size` bytes can be written that Commit then counts; null when they do not fit.
     char* Reserve(std::size_t size) noexcept {
@@ -41,15 +46,13 @@ public:
         }
     }
 
-    bool IsPastThreshold() const noexcept {
-        return spilled_ + used_ > vGoogleTracer::kChunkThreshold;
-    }
+    bool IsPastThreshold() const noexcept { return spilled_ + used_ > kThreshold; }
 
     // Ends the chunk and hands it on. False when it was dropped.
     bool WriteOut() noexcept {
-        const bool isKept = !options_.isScrambled || _Scramble();
+        const bool isKept = !isScrambled_ || _Scramble();
         if (isKept) {
-            sink_.write(sink_.context, buffer_, used_);
+            write_(context_, buffer_, used_);
         }
         used_ = spilled_ = 0;
         return isKept;
@@ -57,8 +60,8 @@ public:
 
 private:
     void _Spill() noexcept {
-        if (!options_.isScrambled) {
-            sink_.write(sink_.context, buffer_, used_);
+        if (!isScrambled_) {
+            write_(context_, buffer_, used_);
         }
         spilled_ += used_;
         used_ = 0;
@@ -66,21 +69,23 @@ private:
 
     bool _Scramble() noexcept {
         const std::size_t length = (spilled_ + used_ + 3) / 4 * 4;
-        if (length > vGoogleTracer::kMaxChunk) {
+        if (length > kSize) {
             Check_TRUE_Failed__("length <= iMaxLength", "src/vGoogleTracer", 194);
             return false;
         }
         std::memset(buffer_ + used_, ' ', length - used_);
         used_ = length;
-        vCryptoTools::CypherXOR(buffer_, length, options_.key);
+        vCryptoTools::CypherXOR(buffer_, length, key_);
         return true;
     }
 
-    const vGoogleTracer::Sink& sink_;
-    const vGoogleTracer::Options& options_;
+    Write write_;
+    void* context_;
+    bool isScrambled_;
+    std::uint32_t key_;
     std::size_t used_ = 0;
     std::size_t spilled_ = 0;
-    char buffer_[vGoogleTracer::kMaxChunk];
+    char buffer_[kSize];
 };
 
 }  // namespace ZKL

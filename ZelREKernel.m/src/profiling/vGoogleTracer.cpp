@@ -17,6 +17,9 @@ constinit bool s_isFirstEvent = true;
 // The most that an event takes beside its names and text: all punctuation and all numbers.
 constexpr std::size_t kMaxFixedPart = 256;
 
+static_assert(ChunkBuffer::kSize == vGoogleTracer::kMaxChunk);
+static_assert(ChunkBuffer::kThreshold == vGoogleTracer::kChunkThreshold);
+
 constexpr std::int64_t kFirstLongTime = 2147483647;
 
 // Output without looking at the room left: the caller made sure of it, with a block to spare.
@@ -168,7 +171,7 @@ void AppendEvent(ChunkBuffer& buffer, const Event& event, bool isFirst) noexcept
 
 void WriteText(std::string_view text, const vGoogleTracer::Sink& sink,
                const vGoogleTracer::Options& options) noexcept {
-    ChunkBuffer buffer(sink, options);
+    ChunkBuffer buffer(sink.write, sink.context, options.isScrambled, options.key);
     buffer.Append(text.data(), text.size());
     buffer.WriteOut();
 }
@@ -192,7 +195,7 @@ void vGoogleTracer::WriteRecords(const vTraceRecord* records, std::size_t count,
                                  const Options& options) noexcept {
     NameTable& names = ProfilerState::Get().GetNames();
     const std::lock_guard guard(names);
-    ChunkBuffer buffer(sink, options);
+    ChunkBuffer buffer(sink.write, sink.context, options.isScrambled, options.key);
     // A dropped chunk leaves the file as it was, so an event after it may still be the first.
     bool isFirstOfChunk = s_isFirstEvent;
     for (std::size_t i = 0; i < count; ++i) {

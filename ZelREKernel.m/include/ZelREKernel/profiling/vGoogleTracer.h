@@ -17,7 +17,8 @@ namespace ZKL {
 
 class ZELREKERNEL_EXPORT vGoogleTracer {
 public:
-    // Where chunks go; `length` may be 0. Failures are the sink's own affair.
+    // Where chunks go; `length` may be 0. Called with the name table locked, so it registers no
+    // names. Failures are its own affair.
     struct Sink {
         void (*write)(void* context, const char* text, std::size_t length);
         void* context;
