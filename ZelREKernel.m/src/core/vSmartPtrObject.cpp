@@ -6,8 +6,9 @@
 
 // Who returns a link to the pool. Its weak word counts the weak pointers, one for all strong ones
 // together (taken by the step from 0 to 1 strong, given back after the step from 1 to 0), and
-// carries the bit of the object itself. Each of them leaves by one atomic step on that word, so
-// exactly one sees that nobody is left, and nobody touches the link after its own step.
+// carries the bit of the object itself. Each of them leaves by one atomic step on that word, or
+// finds itself alone on it, so exactly one sees that nobody is left, and nobody touches the link
+// after that.
 
 namespace ZKL {
 

@@ -100,8 +100,10 @@ inline void vSmartPtrObject::_AddWeak(Link* link) noexcept {
 
 inline void vSmartPtrObject::_DropWeak(Link* link) noexcept {
     // Acquire and release order every thread's last use of the link before its reuse. With the
-    // object still attached the link is the object's to return.
-    if (link->weak.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+    // object still attached the link is the object's to return. A lone holder, beside whom nobody
+    // can reach the link, needs no step on the word.
+    if (link->weak.load(std::memory_order_acquire) == 1 ||
+        link->weak.fetch_sub(1, std::memory_order_acq_rel) == 1) {
         _ReturnLink(link);
     }
 }
