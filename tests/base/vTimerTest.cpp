@@ -16,15 +16,10 @@ TEST(vTimer, ComputesSignedMilliseconds) {
 TEST(vTimer, LosesTheTimeBetweenTheTwoLooks) {
     vTimer timer;
     const vTimer::time_point start = timer.LastSampled();
-    double first = -1;
-    double second = -1;
-    timer.GetElapsedTimeAndSample(first);
-    const vTimer::time_point middle = timer.LastSampled();
-    timer.GetElapsedTimeAndSample(second);
-    EXPECT_GE(first, 0);
-    EXPECT_LE(first, vTimer::ComputeDuration(start, middle));
-    EXPECT_GE(second, 0);
-    EXPECT_LE(second, vTimer::ComputeDuration(middle, timer.LastSampled()));
+    double ms = -1;
+    timer.GetElapsedTimeAndSample(ms);
+    EXPECT_GE(ms, 0);
+    EXPECT_LE(ms, vTimer::ComputeDuration(start, timer.LastSampled()));
 }
 
 TEST(vTimer, CountsFromTheEpochAndThenFromTheOrigin) {
