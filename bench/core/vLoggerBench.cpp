@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <system_error>
 #include <thread>
 
 #include "ZelREKernel/core/vLog.h"
@@ -23,8 +24,28 @@ namespace {
 constexpr int kBurst = 4096;  // half of spdlog's queue, so that neither logger waits for room
 constexpr int kLinesPerThread = 20000;
 
-std::string BenchFile(const char* name) {
-    return (std::filesystem::temp_directory_path() / name).string();
+// The folder of all contenders' files; it goes with the program.
+class Folder {
+public:
+    Folder() { std::filesystem::create_directories(path_); }
+    ~Folder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path_, ignored);
+    }
+    // A file that nobody has written to yet.
+    std::string FreshFile() { return (path_ / std::to_string(next_++)).string(); }
+
+private:
+    const std::filesystem::path path_ =
+        std::filesystem::temp_directory_path() /
+        ("bench-log-" +
+         std::to_string(std::chrono::steady_clock::now().time_since_epoch().count()));
+    int next_ = 0;
+};
+
+std::string FreshFile() {
+    static Folder s_folder;
+    return s_folder.FreshFile();
 }
 
 double SecondsSince(std::chrono::steady_clock::time_point start) {
@@ -38,7 +59,7 @@ public:
     OursAsync() {
         ZKL::vLoggerManager::GetInstance()
             .GetLogger(ZKL::vLoggerManager::eRufx)
-            .SetOutput(BenchFile("bench-log-ours").c_str());
+            .SetOutput(FreshFile().c_str());
         lifeCycle_.Initialize();
     }
     ~OursAsync() { lifeCycle_.Terminate(); }
@@ -60,7 +81,7 @@ public:
     OursSync() {
         ZKL::vLoggerManager::GetInstance()
             .GetLogger(ZKL::vLoggerManager::eRufx)
-            .SetOutput(BenchFile("bench-log-ours").c_str());
+            .SetOutput(FreshFile().c_str());
     }
     static void Line(int i) { OursAsync::Line(i); }
     void Drain() {}
@@ -81,8 +102,7 @@ protected:
         logger_->flush_on(spdlog::level::trace);
     }
     static auto Sink() {
-        return std::make_shared<spdlog::sinks::basic_file_sink_mt>(BenchFile("bench-log-spdlog"),
-                                                                   true);
+        return std::make_shared<spdlog::sinks::basic_file_sink_mt>(FreshFile(), true);
     }
 
 private:
@@ -111,7 +131,7 @@ public:
 
 class Stdio {
 public:
-    Stdio() : file_(std::fopen(BenchFile("bench-log-stdio").c_str(), "w+")) {}
+    Stdio() : file_(std::fopen(FreshFile().c_str(), "w+")) {}
     ~Stdio() { std::fclose(file_); }
     void Line(int i) {
         std::fprintf(file_, "[INFO]\t : loaded mesh %s: %d triangles, pass %d\n", "spider_body", i,

@@ -5,6 +5,9 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <climits>
+#include <cstdint>
+#include <cwchar>
 #include <list>
 #include <map>
 #include <string>
@@ -94,6 +97,31 @@ TEST(vLogger, FormatsTextsOfEveryLength) {
     }
     Log(logger, vLogger::eDebug, "a%cb", 0);
     expected.push_back(std::string("[DEBUG]\t : a\0b\n", 15));
+    EXPECT_TRUE(collected.Texts() == expected);  // too long to be printed
+}
+
+TEST(vLogger, FormatsAsTheCLibraryDoes) {
+    test::Collected collected;
+    vLogger logger(new test::CollectingOutput(&collected), vLogger::eFlushEachMessage,
+                   vLogger::eRelease, false);
+    logger.BeginLog();
+    char text[2048];
+    std::vector<std::string> expected;
+// A format text has to stand in the call for the compiler to check it.
+#define EXPECT_SAME(...)                                             \
+    std::snprintf(text, sizeof(text), "[RELEASE]\t : " __VA_ARGS__); \
+    expected.push_back(std::string(text) + "\n");                    \
+    Log(logger, vLogger::eRelease, __VA_ARGS__)
+    EXPECT_SAME("%d %i %u %x|%%|%c%s%s", INT_MIN, -1, UINT_MAX, 0xBEEFu, 'c', "", "text");
+    EXPECT_SAME("%ld %li %lu %lx", LONG_MIN, LONG_MAX, ULONG_MAX, 0xABCDEFul);
+    EXPECT_SAME("%lld %lli %llu %llx", LLONG_MIN, LLONG_MAX, ULLONG_MAX, 1ull << 63);
+    EXPECT_SAME("%zu %zx %d", SIZE_MAX, SIZE_MAX, 0);
+    EXPECT_SAME("%d %5d|%-5d|%05d|%+d|%d", 1, 2, 3, 4, 5, 6);
+    EXPECT_SAME("%s %.3s %*s %d", "abcdef", "abcdef", 9, "abcdef", 7);
+    EXPECT_SAME("%d %f %.2f %g %e %s", 1, 1.5, 2.25, 1e-9, 1e9, "last");
+    EXPECT_SAME("%d %hd %hhx %X %o %jd %td", 1, short{2}, 0x3, 0xABC, 8, intmax_t{5}, ptrdiff_t{6});
+    EXPECT_SAME("%s %ls %lc", "narrow", L"wide", wint_t{'w'});
+#undef EXPECT_SAME
     EXPECT_EQ(collected.Texts(), expected);
 }
 
@@ -280,8 +308,8 @@ public:
     GateOutput(test::Collected* collected, std::atomic<int>* gate)
         : CollectingOutput(collected), gate_(gate) {}
     void Write(const std::string& text) override {
-        int shut = 0;
-        gate_->compare_exchange_strong(shut, 1);  // once let go it stays open
+        int untouched = 0;
+        gate_->compare_exchange_strong(untouched, 1);
         while (gate_->load() != 2) {
             std::this_thread::yield();
         }

@@ -9,6 +9,7 @@
 
 #include "MekHost/assertion/MekCheck.h"
 #include "core/FieldOrder.h"
+#include "core/FormatText.h"
 #include "core/LogFlusher.h"
 
 namespace ZKL {
@@ -21,11 +22,12 @@ constexpr std::size_t kKeptBuffer = 64 * 1024;
 
 constexpr const char* kLevels[] = {"DEBUG", "WARNING", "PROFILING", "INFO", "ERROR", "RELEASE"};
 
-void AppendPrefix(std::string& buffer, vLogger::FLogLevel level) {
-    const char* const text = vLogger::ConvertLogLevelToString(level);
-    buffer += '[';
-    buffer += text ? text : "";
-    buffer += "]\t : ";
+// What a decorated line of each level begins with.
+constexpr std::string_view kPrefixes[] = {"[DEBUG]\t : ", "[WARNING]\t : ", "[PROFILING]\t : ",
+                                          "[INFO]\t : ",  "[ERROR]\t : ",   "[RELEASE]\t : "};
+
+std::string_view PrefixOf(vLogger::FLogLevel level) {
+    return level >= vLogger::eDebug && level <= vLogger::eRelease ? kPrefixes[level] : "[]\t : ";
 }
 
 // Formats a message of `length` characters, measured before, at the end of `buffer`.
@@ -111,7 +113,7 @@ void vLogger::InternalLog(FLogLevel level, const char* format, std::va_list argu
     va_copy(again, arguments);
     // Negative for what cannot be formatted, a wide text without a multibyte form: an empty
     // message.
-    const int length = std::max(std::vsnprintf(text, sizeof(text), format, arguments), 0);
+    const int length = std::max(FormatText(text, sizeof(text), format, arguments), 0);
     {
         const std::lock_guard guard(lock_);
         const std::string_view formatted(text, static_cast<std::size_t>(length));
@@ -127,7 +129,7 @@ bool vLogger::AppendMessage(FLogLevel level, std::string_view formatted, const c
     const std::size_t before = buffer_.size();
     try {
         if (decorated_) {
-            AppendPrefix(buffer_, level);
+            buffer_ += PrefixOf(level);
         }
         if (formatted.size() < kStackText) {
             buffer_ += formatted;

@@ -117,6 +117,37 @@ TEST_F(NetworkOutput, DropsAViewerThatDoesNotReadWithoutTearingALine) {
     EXPECT_TRUE(EndsWith(test::ReadFile(file), "welcome\n--KILL_SOCKET--<end>"));
 }
 
+TEST_F(NetworkOutput, FinishesALineThatATimeOutCutAndDropsOthersWhole) {
+    vLoggerOutput* const output = vLoggerOutput::Create("network");
+    MekSockets* const viewer = Connect();
+    ASSERT_NE(viewer, nullptr);
+    std::string text;
+    const auto readWhatIsThere = [&text, viewer] {
+        static std::string s_chunk(1 << 20, '\0');
+        std::size_t received = 0;
+        while (viewer->Receive(s_chunk.data(), s_chunk.size(), 0, &received) == kMekOk) {
+            text.append(s_chunk, 0, received);
+        }
+    };
+    ASSERT_TRUE(test::WaitUntil([&] {
+        output->Write("first\n");
+        readWhatIsThere();
+        return !text.empty();
+    }));
+    const std::string large = std::string(8'000'000, '.') + "\n";  // no socket buffer takes it all
+    output->Write(large);
+    output->Write("dropped\n");
+    ASSERT_TRUE(test::WaitUntil([&] {
+        readWhatIsThere();
+        output->Write("last\n");
+        return text.ends_with("last\n");
+    }));
+    output->Release();
+    delete viewer;
+    text.erase(0, text.find('.'));
+    EXPECT_TRUE(text.starts_with(large + "last\n"));
+}
+
 TEST_F(NetworkOutput, FreesThePortAndLeavesASecondOneSilent) {
     for (int round = 0; round < 3; ++round) {
         vLoggerOutput* const output = vLoggerOutput::Create("network");
