@@ -1,36 +1,8 @@
 #include "ZelREKernel/memory/vPageAllocator.h"
 
-#include <atomic>
-
-#include "ZelREKernel/base/vMallocAllocator.h"
-#include "memory/vDefaultPageAllocator.h"
-
 namespace ZKL {
-namespace {
 
-// Frees the object when the library is unloaded, in case the host forgot to.
-struct Holder {
-    ~Holder() { delete allocator.load(); }
-    std::atomic<vDefaultPageAllocator*> allocator{nullptr};
-};
-
-constinit Holder holder;
-
-}  // namespace
-
+// Here and not inline, so that the table of the interface is made in this library alone.
 vPageAllocator::vPageAllocator() noexcept = default;
-
-vPageAllocator* DefaultPageAllocator() {
-    if (vDefaultPageAllocator* existing = holder.allocator.load()) {
-        return existing;
-    }
-    auto* const created = new vDefaultPageAllocator(DefaultAllocator());
-    delete holder.allocator.exchange(created);  // of a creation that raced with this one
-    return created;
-}
-
-void DestroyAllocator() {
-    delete holder.allocator.exchange(nullptr);
-}
 
 }  // namespace ZKL
