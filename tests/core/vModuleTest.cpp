@@ -107,9 +107,7 @@ TEST(vModule, StaysUpWhenItCannotEndAndComesBackFromWantOfMemory) {
     }
     PhaseModule::s_failing = "clean";
     EXPECT_EQ(PhaseModule::Clean(), -5);
-    PhaseModule::s_data.initialized = true;
-    PhaseModule::s_failing.clear();
-    EXPECT_EQ(PhaseModule::Terminate(), 0);
+    PhaseModule::Reset();
     PhaseModule::s_data.initialized = true;  // the state of a record that lost its object
     EXPECT_EQ(PhaseModule::Terminate(), kEPointer);
     EXPECT_EQ(PhaseModule::Clean(), kEPointer);
