@@ -137,7 +137,7 @@ TEST(vRefPtr, CopiesMovesAndConverts) {
     EXPECT_EQ(a->GetReferenceCount(), 2);
     EXPECT_TRUE(base == a);
     vRefPtr<Object> b = std::move(a);
-    EXPECT_TRUE(a == nullptr && !a && b);
+    EXPECT_TRUE(a == nullptr && !a && b);  // NOLINT(bugprone-use-after-move): empty by contract
     b = *&b;
     EXPECT_EQ((*b).GetReferenceCount(), 2);
     base = std::move(b);
@@ -160,6 +160,7 @@ TEST(vRefPtr, CountsAcrossThreads) {
         for (int i = 0; i < threads; ++i) {
             workers.emplace_back([mine = object] {
                 for (int round = 0; round < 1000; ++round) {
+                    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): it is the test
                     const vRefPtr<Object> copy = mine;
                     EXPECT_TRUE(copy->IsValid());
                 }

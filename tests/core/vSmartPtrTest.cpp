@@ -71,7 +71,7 @@ TEST_F(vSmartPtrTest, CountsStrongPointersAndTheLinksHolders) {
         EXPECT_EQ(a->GetWeakReferenceCount(), 2);
     }
     vSmartPtr<Object> b = std::move(a);
-    EXPECT_TRUE(a == nullptr && !a && b);
+    EXPECT_TRUE(a == nullptr && !a && b);  // NOLINT(bugprone-use-after-move): empty by contract
     b = *&b;
     EXPECT_EQ((*b).GetReferenceCount(), 2);
     base = nullptr;
@@ -170,7 +170,7 @@ struct Racer {
         } else if (owned && ending == Ending::kDestroy) {
             owned->Destroy();
             EXPECT_EQ(copy.Lock(), nullptr);
-        } else if (owned) {
+        } else {
             delete owned;
         }
         weak[at].Reset();

@@ -325,7 +325,7 @@ TEST_F(vTaskNodeTest, WaitsMayTimeOutBeRepeatedAndBeGivenUp) {
     ZKL::SetDefaultTaskTimeout(-1);
     EXPECT_EQ(waiter.Wait(-2), kMekInvalidParameter);
     abandoned = std::move(waiter);
-    EXPECT_FALSE(waiter);
+    EXPECT_FALSE(waiter);  // NOLINT(bugprone-use-after-move): empty by contract
     EXPECT_TRUE(abandoned);
     node.Reset();
     EXPECT_EQ(abandoned.Wait(), 0);

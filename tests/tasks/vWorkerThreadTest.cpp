@@ -75,7 +75,7 @@ TEST_F(vWorkerThreadTest, SingleThreadServesFirstInFirstOut) {
     EXPECT_TRUE(worker.PostJob(GatedLetter('b')));
     Batch batch = Letters("cde");
     EXPECT_TRUE(worker.PostJob(std::move(batch)));
-    EXPECT_EQ(batch.Size(), 0U);
+    EXPECT_EQ(batch.Size(), 0U);              // NOLINT(bugprone-use-after-move): empty by contract
     worker.PostJob(vPooledTask::Create([&] {  // behind it by now: a batch from another thread
         worker.PostJob(Letter('h'));
         worker.PostJob(Letters("ij"));

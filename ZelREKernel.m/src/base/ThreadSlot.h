@@ -26,8 +26,8 @@ public:
 
     // The calling thread's value, null if it stored none.
     void* Get() const noexcept;
-    // Stores the calling thread's value; null calls the thread's exit off. False when the system has
-    // no memory for it.
+    // Stores the calling thread's value; null calls the thread's exit off. False when the system
+    // has no memory for it.
     bool Set(void* value) noexcept;
 
 private:

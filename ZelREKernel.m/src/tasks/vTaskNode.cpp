@@ -206,7 +206,7 @@ void vTaskNode::HandOutJobs() {
     }
     for (auto& [job, worker] : workerTasks_) {
         if (worker == nullptr || !worker->PostJob(std::move(job))) {
-            (*job)();
+            (*job)();  // NOLINT(bugprone-use-after-move): a refused job stays with its caller
         }
     }
 }

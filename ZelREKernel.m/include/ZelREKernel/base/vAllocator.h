@@ -31,7 +31,7 @@ public:
 protected:
     constexpr vAllocator() noexcept = default;
     constexpr vAllocator(const vAllocator&) noexcept = default;
-    constexpr vAllocator& operator=(const vAllocator&) noexcept = default;
+    vAllocator& operator=(const vAllocator&) noexcept = default;
 
     // The distance in bytes from `p` to the first multiple of `alignment` (a power of two) at or
     // after `p + offset`. Only the low 32 bits of the address count, and the sum wraps around.

@@ -17,7 +17,7 @@ public:
     // `alignment`, a power of two, is the least alignment of every block.
     explicit constexpr vMallocAllocator(std::uint32_t alignment) noexcept : alignment_(alignment) {}
     constexpr vMallocAllocator(const vMallocAllocator&) noexcept = default;
-    constexpr vMallocAllocator& operator=(const vMallocAllocator&) noexcept = default;
+    vMallocAllocator& operator=(const vMallocAllocator&) noexcept = default;
     ~vMallocAllocator() override;
 
     // Aligned to the larger of `alignment` and this allocator's own. A size of 0 gives a block of

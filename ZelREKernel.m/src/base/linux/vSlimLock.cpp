@@ -34,9 +34,8 @@ void vSlimLock::lock() noexcept {
 bool vSlimLock::try_lock() noexcept {
     std::uint32_t expected = kFree;
     // Acquire on success pairs with the release in unlock(); a failed try reads nothing guarded.
-    return std::atomic_ref<std::uint32_t>(word_[0])
-        .compare_exchange_strong(expected, kHeld, std::memory_order_acquire,
-                                 std::memory_order_relaxed);
+    return std::atomic_ref<std::uint32_t>(word_[0]).compare_exchange_strong(
+        expected, kHeld, std::memory_order_acquire, std::memory_order_relaxed);
 }
 
 void vSlimLock::unlock() noexcept {
