@@ -63,7 +63,7 @@ bool Survey() {
     if (s_filled.load(std::memory_order_relaxed)) {
         return true;
     }
-    ProcessorTopology topology;
+    ProcessorCounts topology;
     if (!QueryProcessorTopology(topology)) {
         return false;
     }

@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "ZelREKernel/core/vCPUInfos.h"
+#include "core/ProcessorTopology.h"
 
 namespace {
 
@@ -24,7 +25,7 @@ TEST(SysfsTopology, CapturedMachines) {
         const char* what;
         const char* tree;
         ZKL::ProcessorSet usable;
-        ZKL::ProcessorTopology expected;  // nodes, cores, processors
+        ZKL::ProcessorCounts expected;  // nodes, cores, processors
     } cases[] = {
         // Sixteen processors; both threads of one core and one thread of another are offline, and
         // core numbers repeat in the second socket.
@@ -40,7 +41,7 @@ TEST(SysfsTopology, CapturedMachines) {
         {"no tree", "sysfs-nowhere", Range(0, 11), {1, 12, 12}},
     };
     for (const auto& c : cases) {
-        const ZKL::ProcessorTopology found =
+        const ZKL::ProcessorCounts found =
             ZKL::ReadSysfsTopology(std::string(ZEL_TEST_DATA_DIR "/") + c.tree, c.usable);
         EXPECT_EQ(found.nodes, c.expected.nodes) << c.what;
         EXPECT_EQ(found.cores, c.expected.cores) << c.what;
@@ -57,7 +58,7 @@ TEST(SysfsTopology, LiveSurveyKeepsToWhatTheProcessMayUse) {
     CPU_ZERO(&one);
     CPU_SET(static_cast<std::size_t>(sched_getcpu()), &one);
     ASSERT_EQ(sched_setaffinity(0, sizeof one, &one), 0);
-    ZKL::ProcessorTopology found;
+    ZKL::ProcessorCounts found;
     EXPECT_TRUE(ZKL::QueryProcessorTopology(found));
     ASSERT_EQ(sched_setaffinity(0, sizeof before, &before), 0);
     EXPECT_EQ(found.nodes, 1u);

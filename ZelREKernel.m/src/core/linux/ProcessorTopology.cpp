@@ -25,7 +25,7 @@ bool ReadAffinityMask(ProcessorSet& out) {
 
 }  // namespace
 
-bool QueryProcessorTopology(ProcessorTopology& out) noexcept {
+bool QueryProcessorTopology(ProcessorCounts& out) noexcept {
     try {
         ProcessorSet usable;
         if (!ReadAffinityMask(usable)) {

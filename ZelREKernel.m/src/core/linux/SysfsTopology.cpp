@@ -91,7 +91,7 @@ std::size_t CountNodes(const std::string& tree, const ProcessorSet& processors) 
 
 }  // namespace
 
-ProcessorTopology ReadSysfsTopology(const std::string& tree, const ProcessorSet& usable) {
+ProcessorCounts ReadSysfsTopology(const std::string& tree, const ProcessorSet& usable) {
     ProcessorSet processors;
     if (!ReadList(tree + "/cpu/online", processors) || (processors & usable).none()) {
         processors = usable;

@@ -11,7 +11,7 @@
 #include <bitset>
 #include <string>
 
-#include "core/ProcessorTopology.h"
+#include "core/ProcessorCounts.h"
 
 namespace ZKL {
 
@@ -21,6 +21,6 @@ using ProcessorSet = std::bitset<kMaximumProcessors>;
 
 // What `tree` says of the processors in `usable`. Where it says nothing, the simplest machine is
 // assumed: every usable processor online, a core of its own, all on one node.
-ProcessorTopology ReadSysfsTopology(const std::string& tree, const ProcessorSet& usable);
+ProcessorCounts ReadSysfsTopology(const std::string& tree, const ProcessorSet& usable);
 
 }  // namespace ZKL
