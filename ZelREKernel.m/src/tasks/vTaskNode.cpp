@@ -13,6 +13,9 @@ namespace {
 // What a synchronisation node gives its event as the reason of the signal.
 constexpr int kNodeDone = 4;
 
+// How many dependents ahead of its release a node is fetched into the cache.
+constexpr std::uint32_t kPrefetchDistance = 4;
+
 }  // namespace
 
 vTaskNode::NodeHandle vTaskNode::CreateNode(vWorkerThread* worker) {
@@ -236,6 +239,9 @@ vTaskNode* vTaskNode::TakeDependent() noexcept {
         dependent = dependents_[released++].Detach();
     }
     count_.store(released, std::memory_order_relaxed);
+    if (released + kPrefetchDistance < dependents_.Size()) {
+        vTaskDetail::PrefetchTaskRecord(dependents_[released + kPrefetchDistance].Get());
+    }
     return dependent;
 }
 

@@ -11,6 +11,18 @@
 namespace ZKL::vTaskDetail {
 namespace {
 
+// How many records ahead of its use a record is fetched into the cache.
+constexpr std::uint32_t kPrefetchDistance = 4;
+
+void Push(vTaskRecordPool::Stack*& list, vTaskRecordPool::Stack* stack) {
+    stack->below = list;
+    list = stack;
+}
+
+vTaskRecordPool::Stack* Pop(vTaskRecordPool::Stack*& list) {
+    return list == nullptr ? nullptr : std::exchange(list, list->below);
+}
+
 // The magazines of one thread, in the list of all.
 struct ThreadCache {
     vTaskRecordPool::Magazine magazines[vTaskRecordPool::eKindCount];
@@ -42,6 +54,10 @@ constinit Records g_records;
 
 Records::~Records() {
     slot.reset();
+    for (ThreadCache* cache = threads; cache != nullptr; cache = cache->next) {
+        nodes.Retire(cache->magazines[vTaskRecordPool::eNodes]);
+        jobs.Retire(cache->magazines[vTaskRecordPool::eJobs]);
+    }
     while (threads != nullptr) {
         delete std::exchange(threads, threads->next);
     }
@@ -55,8 +71,16 @@ ThreadCache* Records::AddThread() {
         slot = std::make_unique<ThreadSlot>(
             [](void* value) { g_records.RemoveThread(static_cast<ThreadCache*>(value)); });
     }
-    if (!slot->Set(cache.get())) {
-        throw std::bad_alloc();
+    try {
+        nodes.Equip(cache->magazines[vTaskRecordPool::eNodes]);
+        jobs.Equip(cache->magazines[vTaskRecordPool::eJobs]);
+        if (!slot->Set(cache.get())) {
+            throw std::bad_alloc();
+        }
+    } catch (...) {
+        nodes.Retire(cache->magazines[vTaskRecordPool::eNodes]);
+        jobs.Retire(cache->magazines[vTaskRecordPool::eJobs]);
+        throw;
     }
     cache->next = threads;
     if (threads != nullptr) {
@@ -89,6 +113,12 @@ std::int64_t Records::CountLive(vTaskRecordPool::EKind kind) {
 }  // namespace
 
 vTaskRecordPool::~vTaskRecordPool() {
+    while (Stack* const stack = Pop(filled_)) {
+        delete stack;
+    }
+    while (Stack* const stack = Pop(spares_)) {
+        delete stack;
+    }
     for (Block* const block : blocks_) {
         DefaultAllocator()->Free(block);
     }
@@ -103,40 +133,26 @@ vTaskRecordPool& vTaskRecordPool::Jobs() noexcept {
 }
 
 void* vTaskRecordPool::Take() {
-    Magazine* const magazine = Own();
-    if (magazine == nullptr) [[unlikely]] {
-        return TakeShared();
+    Magazine& magazine = Own();
+    if (magazine.top->count == 0) [[unlikely]] {
+        Refill(magazine);
     }
-    if (magazine->top == nullptr) [[unlikely]] {
-        Refill(*magazine);
+    Stack& stack = *magazine.top;
+    const std::uint32_t left = --stack.count;
+    if (left >= kPrefetchDistance) {
+        PrefetchTaskRecord(stack.records[left - kPrefetchDistance]);
     }
-    FreeRecord* const record = magazine->top;
-    magazine->top = record->next;
-    --magazine->count;
-    magazine->Count(+1);
-    // The next record is taken soon, and its first line is still where its last user was.
-    __builtin_prefetch(record->next, 1);
-    return record;
+    magazine.Count(+1);
+    return stack.records[left];
 }
 
 void vTaskRecordPool::Give(void* record) noexcept {
-    auto* const added = static_cast<FreeRecord*>(record);
-    Magazine* const magazine = Own();
-    if (magazine == nullptr) [[unlikely]] {
-        return GiveShared(added);
+    Magazine& magazine = Own();
+    if (magazine.top->count == kMagazineSize) [[unlikely]] {
+        Spill(magazine);
     }
-    if (magazine->count == kMagazineSize) [[unlikely]] {
-        if (magazine->full != nullptr) {
-            const std::lock_guard guard(mutex_);
-            PushChain(magazine->full, kMagazineSize);
-        }
-        magazine->full = std::exchange(magazine->top, nullptr);
-        magazine->count = 0;
-    }
-    added->next = magazine->top;
-    magazine->top = added;
-    ++magazine->count;
-    magazine->Count(-1);
+    magazine.top->records[magazine.top->count++] = record;
+    magazine.Count(-1);
 }
 
 vTaskRecordCounts vTaskRecordPool::Count() const {
@@ -151,78 +167,65 @@ vTaskRecordCounts vTaskRecordPool::Count() const {
     return counts;
 }
 
+void vTaskRecordPool::Equip(Magazine& magazine) {
+    const std::lock_guard guard(mutex_);
+    magazine.top = TakeSpare();
+    magazine.second = TakeSpare();
+}
+
 void vTaskRecordPool::Retire(Magazine& magazine) noexcept {
     const std::lock_guard guard(mutex_);
-    if (magazine.full != nullptr) {
-        PushChain(magazine.full, kMagazineSize);
-    }
-    if (magazine.top != nullptr) {
-        PushChain(magazine.top, magazine.count);
+    for (Stack* const stack : {magazine.second, magazine.top}) {  // the older records first
+        if (stack != nullptr) {
+            Push(stack->count == 0 ? spares_ : filled_, stack);
+        }
     }
     retiredLive_ += magazine.live.load(std::memory_order_relaxed);
 }
 
-// The calling thread's magazine, null when there is no memory for one.
-vTaskRecordPool::Magazine* vTaskRecordPool::Own() noexcept {
+vTaskRecordPool::Magazine& vTaskRecordPool::Own() {
     if (t_cache == nullptr) [[unlikely]] {
-        try {
-            t_cache = g_records.AddThread();
-        } catch (...) {
-            return nullptr;
-        }
+        t_cache = g_records.AddThread();
     }
-    return &t_cache->magazines[kind_];
+    return t_cache->magazines[kind_];
 }
 
 // Puts at least one record into an empty magazine.
 void vTaskRecordPool::Refill(Magazine& magazine) {
-    if (magazine.full != nullptr) {
-        magazine.top = std::exchange(magazine.full, nullptr);
-        magazine.count = kMagazineSize;
+    if (magazine.second->count != 0) {
+        std::swap(magazine.top, magazine.second);
         return;
     }
     const std::lock_guard guard(mutex_);
-    if (FreeRecord* const chain = PopChain()) {
-        magazine.top = chain;
-        magazine.count = static_cast<std::uint32_t>(chain->chainLength);
+    if (Stack* const filled = Pop(filled_)) {
+        Push(spares_, std::exchange(magazine.top, filled));
     } else {
-        magazine.top = Carve();
-        magazine.count = 1;
+        magazine.top->records[0] = Carve();
+        magazine.top->count = 1;
     }
 }
 
-void* vTaskRecordPool::TakeShared() {
-    const std::lock_guard guard(mutex_);
-    FreeRecord* const record = chains_ != nullptr ? PopChain() : Carve();
-    if (record->next != nullptr) {
-        PushChain(record->next, static_cast<std::uint32_t>(record->chainLength) - 1);
+// Makes room in a magazine whose top is full.
+void vTaskRecordPool::Spill(Magazine& magazine) {
+    if (magazine.second->count != 0) {
+        const std::lock_guard guard(mutex_);
+        Stack* const empty = TakeSpare();
+        Push(filled_, std::exchange(magazine.second, empty));
     }
-    ++retiredLive_;
-    return record;
+    std::swap(magazine.top, magazine.second);
 }
 
-void vTaskRecordPool::GiveShared(FreeRecord* record) noexcept {
-    const std::lock_guard guard(mutex_);
-    record->next = nullptr;
-    PushChain(record, 1);
-    --retiredLive_;
-}
-
-vTaskRecordPool::FreeRecord* vTaskRecordPool::PopChain() noexcept {
-    return chains_ == nullptr ? nullptr : std::exchange(chains_, chains_->olderChain);
-}
-
-void vTaskRecordPool::PushChain(FreeRecord* chain, std::uint32_t length) noexcept {
-    chain->olderChain = chains_;
-    chain->chainLength = length;
-    chains_ = chain;
+vTaskRecordPool::Stack* vTaskRecordPool::TakeSpare() {
+    Stack* const spare = Pop(spares_);
+    return spare != nullptr ? spare : new Stack;
 }
 
 // The next record that was never in use, in a new block when the last one is exhausted.
-vTaskRecordPool::FreeRecord* vTaskRecordPool::Carve() {
+void* vTaskRecordPool::Carve() {
     if (blocks_.empty() || blocks_.back()->handedOut == kRecordsPerBlock) {
-        blocks_.reserve(blocks_.size() + 1 > blocks_.capacity() ? 2 * blocks_.size() + 16
-                                                                : blocks_.size() + 1);
+        if (blocks_.size() == blocks_.capacity()) {
+            blocks_.reserve(2 * blocks_.size() + kRecordsPerBlock);
+        }
         void* const memory = DefaultAllocator()->Allocate(sizeof(Block), kTaskRecordAlignment);
         if (memory == nullptr) {
             throw std::bad_alloc();
@@ -231,9 +234,7 @@ vTaskRecordPool::FreeRecord* vTaskRecordPool::Carve() {
         blocks_.push_back(static_cast<Block*>(memory));
     }
     Block& block = *blocks_.back();
-    auto* const record = reinterpret_cast<FreeRecord*>(block.records[block.handedOut++]);
-    record->next = nullptr;
-    return record;
+    return block.records[block.handedOut++];
 }
 
 vTaskRecordCounts CountNodeRecords() {

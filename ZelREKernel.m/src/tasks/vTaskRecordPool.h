@@ -16,7 +16,7 @@
 #include <mutex>
 #include <vector>
 
-#include "ZelREKernel/tasks/vPooledTask.h"
+#include "ZelREKernel/tasks/vTaskRecord.h"
 #include "ZelREKernel/tasks/vTaskRecordCounts.h"
 
 namespace ZKL::vTaskDetail {
@@ -26,19 +26,18 @@ public:
     static constexpr std::uint32_t kRecordsPerBlock = 16;
     static constexpr std::uint32_t kMagazineSize = 64;
 
-    // A free record; `next` is the record that was given back before it.
-    struct FreeRecord {
-        FreeRecord* next;
-        // In the youngest record of a chain on the shared list:
-        FreeRecord* olderChain;
-        std::uint64_t chainLength;
+    // Free records, the youngest last. An array rather than a list through the records: the records
+    // that are taken next can be fetched into the cache ahead of their use.
+    struct Stack {
+        void* records[kMagazineSize];
+        std::uint32_t count = 0;
+        Stack* below = nullptr;  // in a list of stacks
     };
 
     // What one thread has at hand. The thread alone changes it; others read `live`.
     struct Magazine {
-        FreeRecord* top = nullptr;
-        std::uint32_t count = 0;
-        FreeRecord* full = nullptr;  // null, or kMagazineSize records older than those of `top`
+        Stack* top = nullptr;
+        Stack* second = nullptr;  // empty, or full of records older than those of `top`
         // Records taken less records given back by this thread.
         std::atomic<std::int64_t> live = 0;
 
@@ -62,10 +61,13 @@ public:
 
     // An uninitialised record. Throws std::bad_alloc, or std::system_error when the mutex fails.
     void* Take();
-    // A failing mutex ends the process.
+    // Ends the process when the mutex fails, or when the heap has no room for the list of records.
     void Give(void* record) noexcept;
 
     vTaskRecordCounts Count() const;
+
+    // Gives a thread that begins its two stacks. Throws std::bad_alloc.
+    void Equip(Magazine& magazine);
     // Takes the free records and the count of a thread that ends.
     void Retire(Magazine& magazine) noexcept;
 
@@ -76,17 +78,16 @@ private:
     };
     static_assert(sizeof(Block) == 1288);
 
-    Magazine* Own() noexcept;
+    Magazine& Own();
     void Refill(Magazine& magazine);
-    void* TakeShared();
-    void GiveShared(FreeRecord* record) noexcept;
-    FreeRecord* PopChain() noexcept;
-    void PushChain(FreeRecord* chain, std::uint32_t length) noexcept;
-    FreeRecord* Carve();
+    void Spill(Magazine& magazine);
+    void* Carve();
+    Stack* TakeSpare();
 
     const EKind kind_;
     mutable std::mutex mutex_;
-    FreeRecord* chains_ = nullptr;
+    Stack* filled_ = nullptr;  // stacks with records, the youngest first
+    Stack* spares_ = nullptr;  // stacks without
     std::vector<Block*> blocks_;
     std::int64_t retiredLive_ = 0;
 };

@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "ZelREKernel/ZelREKernelExport.h"
+#include "ZelREKernel/tasks/vTaskRecord.h"
 
 namespace ZKL {
 
@@ -85,9 +86,6 @@ private:
     ParentRelease releaseParent_ = nullptr;
     vPooledTask* next_ = nullptr;  // in a vJobQueue
 };
-
-inline constexpr std::size_t kTaskRecordSize = 80;
-inline constexpr std::size_t kTaskRecordAlignment = 16;
 
 static_assert(sizeof(vPooledTask) <= kTaskRecordSize);
 

@@ -18,6 +18,7 @@
 #include "ZelREKernel/ZelREKernelExport.h"
 #include "ZelREKernel/base/vSmallVector.h"
 #include "ZelREKernel/tasks/vPooledTask.h"
+#include "ZelREKernel/tasks/vTaskRecord.h"
 #include "ZelREKernel/tasks/vTaskRefPtr.h"
 
 class MekEvent;
