@@ -9,7 +9,6 @@
 
 namespace {
 
-using ZKL::vAllocator;
 using ZKL::vMallocAllocator;
 
 struct Aligner : vMallocAllocator {

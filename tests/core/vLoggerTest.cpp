@@ -96,7 +96,7 @@ TEST(vLogger, FormatsTextsOfEveryLength) {
         expected.push_back("[DEBUG]\t : " + text + "|42\n");
     }
     Log(logger, vLogger::eDebug, "a%cb", 0);
-    expected.push_back(std::string("[DEBUG]\t : a\0b\n", 15));
+    expected.emplace_back("[DEBUG]\t : a\0b\n", 15);
     EXPECT_TRUE(collected.Texts() == expected);  // too long to be printed
 }
 

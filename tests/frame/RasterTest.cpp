@@ -12,7 +12,6 @@
 
 namespace {
 
-using frame::Mesh;
 using frame::ScreenTriangle;
 using frame::TileBuffer;
 using frame::TileGrid;

@@ -70,7 +70,7 @@ private:
     template <typename Unsigned>
     bool PutNumber(char conversion) {
         switch (conversion) {
-            case 'd':
+            case 'd':  // NOLINT(bugprone-branch-clone): the next branch takes another type
             case 'i':
                 return PutDigits(va_arg(arguments_, std::make_signed_t<Unsigned>), 10);
             case 'u':

@@ -40,6 +40,7 @@ __attribute__((visibility("default"))) void* malloc(std::size_t size) {
     return __libc_malloc(size);
 }
 
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): the system's are reserved
 __attribute__((visibility("default"))) int posix_memalign(void** block, std::size_t alignment,
                                                           std::size_t size) {
     Count();

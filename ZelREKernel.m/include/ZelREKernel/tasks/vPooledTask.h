@@ -109,7 +109,8 @@ vJobHandle vPooledTask::Create(F&& callable) {
     using Callable = std::decay_t<F>;
     constexpr bool kHeldInline =
         sizeof(Callable) <= 2 * sizeof(void*) && std::is_trivially_copyable_v<Callable>;
-    constexpr bool kFitsRecord =  // NOLINT(misc-redundant-expression): equal for one size only
+    constexpr bool kFitsRecord =
+        // NOLINTNEXTLINE(misc-redundant-expression): it is so for some types only
         sizeof(Callable) <= kTaskRecordSize && alignof(Callable) <= kTaskRecordAlignment;
     if constexpr (std::is_same_v<Callable, std::function<void()>> || kHeldInline || !kFitsRecord) {
         return CreateNode(std::function<void()>(std::forward<F>(callable)));
