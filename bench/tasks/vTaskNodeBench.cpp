@@ -29,15 +29,15 @@ using ZKL::vTaskDetail::vPooledTask;
 // Every contender builds its nodes one by one, each with a callable and its edges, while the first
 // one is held back; then all runs, and the nodes are gone when the run ends.
 
-// The nodes without successors release a last one, which the caller waits for.
+// The nodes without successors release a last one, which the caller waits for. A pool runs the
+// youngest job first, as the peers do.
 struct Ours {
     static constexpr const char* kName = "ours";
     vWorkerThread worker;
     std::vector<vTaskNode*> nodes;
 
-    Ours(unsigned threads, std::size_t size) : nodes(size) {
-        threads == 1 ? worker.RunSingle() : worker.RunPool(threads);
-    }
+    Ours(unsigned threads, std::size_t size) : Ours(size) { worker.RunPool(threads); }
+    explicit Ours(std::size_t size) : nodes(size) {}
     template <typename Shape>
     void Run(const Shape& shape) {
         vTaskNode::NodeHandle first;
@@ -60,6 +60,14 @@ struct Ours {
         first.Reset();
         done.Wait();
     }
+};
+
+// The dedicated thread runs the oldest job first. That takes a grid by its diagonals and a tree by
+// its levels, the most scattered way through memory there is, so it is a figure of its own.
+struct OursInOrder : Ours {
+    static constexpr const char* kName = "ours_in_order";
+
+    OursInOrder(unsigned, std::size_t size) : Ours(size) { worker.RunSingle(); }
 };
 
 struct InArena {
@@ -167,6 +175,9 @@ void Register(unsigned threads) {
 template <typename Shape>
 void RegisterContenders(unsigned threads) {
     Register<Shape, Ours>(threads);
+    if (threads == 1) {
+        Register<Shape, OursInOrder>(threads);
+    }
     Register<Shape, TaskGroup>(threads);
     Register<Shape, FlowGraph>(threads);
 }

@@ -43,6 +43,7 @@
 #include "ZelREKernel/tasks/vSynchroNode.h"
 #include "ZelREKernel/tasks/vTaskManager.h"
 #include "ZelREKernel/tasks/vTaskNode.h"
+#include "ZelREKernel/tasks/vTaskRecord.h"
 #include "ZelREKernel/tasks/vTaskRecordCounts.h"
 #include "ZelREKernel/tasks/vTaskRefPtr.h"
 #include "ZelREKernel/tasks/vThreadPool.h"
