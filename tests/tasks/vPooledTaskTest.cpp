@@ -141,7 +141,9 @@ TEST_F(vPooledTaskTest, EndingThreadsLoseNoRecords) {
             blocks = CountJobRecords().blocks;
         }
     }
-    EXPECT_EQ(CountJobRecords().blocks, blocks);
+    // This thread keeps a different few at hand each time, at most eight blocks' worth.
+    EXPECT_LE(CountJobRecords().blocks, blocks + 8);
+    EXPECT_EQ(CountJobRecords().live, 0);
 }
 
 }  // namespace
