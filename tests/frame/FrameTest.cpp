@@ -114,24 +114,6 @@ TEST_F(Frames, PicturesAreTheSameBytesForAnyNumberOfWorkers) {
     }
 }
 
-TEST_F(Frames, AFrameWithoutACameraKeepsTheLastView) {
-    FrameContext context(1, kGrid, mesh_, camera_);
-    context.Begin(0);
-    context.Run(Stage::Animate, 0);
-    context.Run(Stage::Transform, 0);
-    camera_.Reset();
-    EXPECT_FALSE(camera_);
-    context.Begin(1);
-    context.Run(Stage::Animate, 0);
-    for (std::uint32_t job = 0; job < context.JobCount(Stage::Transform); ++job) {
-        context.Run(Stage::Transform, job);
-    }
-    for (std::uint32_t job = 0; job < context.JobCount(Stage::Bin); ++job) {
-        context.Run(Stage::Bin, job);
-    }
-    EXPECT_GT(context.TrianglesOnScreen(), 100u);
-}
-
 std::string ReadText(const std::filesystem::path& path) {
     std::ifstream file(path, std::ios::binary);
     std::ostringstream text;

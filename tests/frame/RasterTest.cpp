@@ -152,17 +152,4 @@ TEST(Raster, DepthDoesNotHangOnTheOrder) {
     } while (std::next_permutation(order.begin(), order.end()));
 }
 
-TEST(Raster, MathematicsIsCloseToTheExact) {
-    for (double turns = -3.0; turns < 3.0; turns += 0.0137) {
-        EXPECT_NEAR(frame::SinTurns(turns), std::sin(turns * 6.283185307179586), 1e-9) << turns;
-        EXPECT_NEAR(frame::CosTurns(turns), std::cos(turns * 6.283185307179586), 1e-9) << turns;
-    }
-    for (float x = 0.0f; x <= 1.0f; x += 1.0f / 512.0f) {
-        const double exact =
-            x < 0.0031308f ? 12.92 * x : 1.055 * std::pow(static_cast<double>(x), 1 / 2.4) - 0.055;
-        EXPECT_NEAR(frame::EncodeSrgb(x), exact, 1.5 / 255) << x;
-        EXPECT_LE(frame::EncodeSrgb(x), 1.0f);
-    }
-}
-
 }  // namespace

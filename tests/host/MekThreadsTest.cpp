@@ -58,58 +58,6 @@ TEST(MekThreads, RunsJoinsAndStartsAgain) {
     }
 }
 
-TEST(MekThreads, TakesItsSettingsOrRefusesThem) {
-    struct {
-        int processor;
-        std::size_t stackBytes;
-        std::int32_t status;
-    } const kCases[] = {{-1, 1, kMekOk},
-                        {-1, 8u << 20, kMekOk},
-                        {-2, 0, kMekInvalidParameter},
-                        {60000, 0, kMekInvalidParameter},
-                        {INT_MAX, 0, kMekInvalidParameter},
-                        {-1, std::size_t{1} << 60, kMekOutOfMemory},
-                        {-1, SIZE_MAX, kMekOutOfMemory}};
-    for (const auto& [processor, stackBytes, status] : kCases) {
-        Thread thread([] { return 5; }, "any", processor, stackBytes);
-        EXPECT_EQ(thread.Start(1), kMekInvalidParameter);
-        EXPECT_EQ(thread.Start(0), status) << processor << ", " << stackBytes;
-        EXPECT_EQ(thread.IsJoinable(), status == kMekOk);
-        EXPECT_EQ(thread.Join(), kMekOk);
-        EXPECT_EQ(thread.GetExitCode(), status == kMekOk ? 5 : 0);
-    }
-    std::unique_ptr<Thread> self;
-    self = std::make_unique<Thread>([&self] { return self->Join(); });
-    EXPECT_EQ(self->Start(0), kMekOk);
-    EXPECT_EQ(self->Join(), kMekOk);
-    EXPECT_EQ(self->GetExitCode(), kMekInvalidParameter);
-}
-
-TEST(MekThreads, ShowsAsMuchOfItsNameAsTheSystemKeeps) {
-    constexpr const char* kNames[][2] = {
-        {"flusher", "flusher"},
-        {"exactly fifteen", "exactly fifteen"},
-        {"exactly fifteen+", "exactly fifteen"},
-        {"fourteen bytes\xC3\xA4", "fourteen bytes"},
-        {"twelve bytes\xF0\x9F\x8E\xA8!", "twelve bytes"},
-    };
-    for (const auto& [name, shown] : kNames) {
-        std::string read;
-        Thread thread(
-            [&read] {
-                std::getline(std::ifstream("/proc/thread-self/comm"), read);
-                return 0;
-            },
-            name);
-        thread.Start(0);
-        thread.Join();
-        if (read.empty()) {
-            GTEST_SKIP() << "thread names cannot be read on this system";
-        }
-        EXPECT_EQ(read, shown);
-    }
-}
-
 // What a thread that outlives its derived class may still use.
 struct Outside {
     std::unique_ptr<MekEvent> began{CreateMekEvent(0)};

@@ -74,19 +74,6 @@ TEST_F(vPooledTaskTest, EmptyFunctionsThrow) {
     }
 }
 
-TEST_F(vPooledTaskTest, CopiesAndMovesConcernTheFunction) {
-    int ran = 0;
-    vJobHandle job = vPooledTask::Create([&] { ++ran; });
-    vPooledTask moved(std::move(*job));
-    EXPECT_FALSE(*job);
-    *job = moved;
-    (*job)();
-    moved();
-    *job = vPooledTask([&] { ran += 10; });
-    (*job)();
-    EXPECT_EQ(ran, 12);
-}
-
 TEST_F(vPooledTaskTest, RecordsComeBackLastInFirstOut) {
     constexpr std::size_t kCount = 1000;
     std::vector<vJobHandle> jobs;

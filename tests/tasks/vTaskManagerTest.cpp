@@ -103,24 +103,6 @@ TEST_F(vTaskManagerTest, WorkFillsAndJoinsSlotsOfItsOwn) {
     EXPECT_EQ(done, 51);
 }
 
-TEST_F(vTaskManagerTest, SlotsServeDifferentThreadsAtOnce) {
-    std::atomic<int> done = 0;
-    std::vector<std::thread> threads;
-    for (const EAsyncTaskID id : kSlots) {
-        threads.emplace_back([&, id] {
-            for (int round = 0; round < 100; ++round) {
-                Manager().Run(id, [&] { ++done; });
-                Manager().Run(id, [&] { ++done; });
-                Manager().WaitTask(id, kNoFlow);
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    EXPECT_EQ(done, 6 * 100 * 2);
-}
-
 TEST_F(vTaskManagerTest, AnExceptionReachesTheWaiterAndTheSlotIsEmptied) {
     const auto owned = std::make_shared<int>(0);
     Manager().Run(eAsyncTask2, [owned] { throw std::runtime_error("of the work"); });

@@ -349,26 +349,4 @@ TEST_F(vTaskNodeTest, GivingUpRacesWithTheEnd) {
     }
 }
 
-TEST_F(vTaskNodeTest, NodesMove) {
-    int ran = 0;
-    NodeHandle next = vTaskNode::CreateNode(nullptr);
-    next->AddTask(vPooledTask::Create([&] { ran += 10; }));
-    vTaskNode source(nullptr);
-    source.AddRef();
-    source.AddTask(vPooledTask::Create([&] { ++ran; }));
-    source.AddDependentTask(next.Get());
-    next.Reset();
-    vTaskNode middle(std::move(source));
-    vTaskNode target(nullptr);
-    target = std::move(middle);
-    target.Release();
-    EXPECT_EQ(ran, 11);
-
-    vTaskNode synchro;
-    vTaskNode moved(std::move(synchro));
-    moved.AddRef();
-    moved.Release();
-    EXPECT_EQ(moved.Wait(0), 0);
-}
-
 }  // namespace

@@ -137,21 +137,6 @@ TEST_F(vThreadPoolTest, OneThreadTakesFirstInFirstOut) {
     EXPECT_EQ(order, expected);
 }
 
-TEST_F(vThreadPoolTest, JobsQueueMoreJobs) {
-    const std::unique_ptr<MekEvent> done(CreateMekEvent(0));
-    vThreadPool pool(2);
-    std::function<void(int)> countDown = [&](int left) {
-        if (left == 0) {
-            done->Signal(0);
-        } else {
-            pool.AddTask(MakeTask([&, left] { countDown(left - 1); }));
-        }
-    };
-    countDown(1000);
-    WaitForSingleEvent(done.get(), -1);
-    pool.Stop();
-}
-
 TEST_F(vThreadPoolTest, NoThreadsRunNothing) {
     bool ran = false;
     {
