@@ -14,6 +14,7 @@
 #include "Picture.h"
 #include "ZelREKernel/memory/vPageAllocator.h"
 #include "ZelREKernel/tasks/vWorkerThread.h"
+#include "support/TempDir.h"
 
 namespace {
 
@@ -137,9 +138,8 @@ std::vector<std::uint8_t> ReadPng(const std::filesystem::path& path, png_image& 
 
 // The whole program, twice in one process: what it leaves belongs together.
 TEST(App, LeavesPicturesTraceLogAndSummary) {
-    const auto folder = std::filesystem::path(testing::TempDir()) / "frame-app";
-    std::filesystem::remove_all(folder);
-    std::filesystem::create_directories(folder);
+    const test::TempDir directory;
+    const std::filesystem::path& folder = directory.Path();
     const auto model = folder / "model.obj";
     std::ofstream(model) << "v -1 0 0\nv 1 0 0\nv 0 2 0\nv 0 0 1\nf 1 2 3\nf 1 4 3\nf 4 2 3\n";
     std::string summaries[2];
@@ -185,7 +185,6 @@ TEST(App, LeavesPicturesTraceLogAndSummary) {
     // The last line compares all pictures of the runs.
     EXPECT_EQ(summaries[0].substr(summaries[0].find("Last picture")),
               summaries[1].substr(summaries[1].find("Last picture")));
-    std::filesystem::remove_all(folder);
 }
 
 }  // namespace

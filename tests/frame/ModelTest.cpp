@@ -9,16 +9,12 @@
 #include "App.h"
 #include "Mesh.h"
 #include "Normals.h"
+#include "support/TempDir.h"
 
 namespace {
 
 class Models : public testing::Test {
 protected:
-    Models() : folder_(std::filesystem::path(testing::TempDir()) / "frame-models") {
-        std::filesystem::create_directories(folder_);
-    }
-    ~Models() override { std::filesystem::remove_all(folder_); }
-
     std::string Write(const std::string& text) {
         std::string path = (folder_ / "model.obj").string();
         std::ofstream(path, std::ios::binary) << text;
@@ -37,7 +33,8 @@ protected:
         return testing::internal::GetCapturedStderr();
     }
 
-    const std::filesystem::path folder_;
+    const test::TempDir directory_;
+    const std::filesystem::path& folder_ = directory_.Path();
 };
 
 constexpr const char* kCorners = "v 0 0 0\nv 1 0 0\nv 0 1 0\n";
