@@ -3,6 +3,9 @@
 #include <oneapi/tbb/global_control.h>
 #include <oneapi/tbb/version.h>
 
+#include <chrono>
+#include <thread>
+
 #include "ZelREKernel/core/vCPUInfos.h"
 #include "tasks/NativeLibrary.h"
 
@@ -10,6 +13,7 @@ namespace ZKL {
 namespace {
 
 constexpr unsigned int kReservedSlots = 1;
+constexpr std::chrono::milliseconds kReturnFromTask{10};
 
 int MaximumConcurrency() {
     const auto cores = static_cast<int>(GetCPUInfos().cores);
@@ -24,7 +28,12 @@ struct Arena {
     // returning through code that is no longer there.
     ~Arena() {
         arena.terminate();
-        tbb::finalize(scheduler, std::nothrow);
+        if (!tbb::finalize(scheduler, std::nothrow)) {
+            // Another thread of the host still counts as one of oneTBB's, and then nothing tells
+            // when a worker has returned from its last task, which takes it a few instructions of
+            // this library's. Time enough for that is all that can be given.
+            std::this_thread::sleep_for(kReturnFromTask);
+        }
     }
 
     tbb::task_scheduler_handle scheduler{tbb::attach{}};
