@@ -1,26 +1,21 @@
 #include <gtest/gtest.h>
 #include <png.h>
 
-#include <filesystem>
+#include <algorithm>
+#include <array>
 #include <fstream>
-#include <memory>
+#include <iomanip>
 #include <sstream>
 #include <vector>
 
 #include "App.h"
 #include "FrameContext.h"
-#include "FrameGraph.h"
 #include "Model.h"
 #include "Picture.h"
 #include "ZelREKernel/memory/vPageAllocator.h"
-#include "ZelREKernel/tasks/vWorkerThread.h"
 #include "support/TempDir.h"
 
 namespace {
-
-using frame::FrameContext;
-using frame::FrameGraph;
-using frame::Stage;
 
 // A ring of leaning pyramids: edges, both sides, shadows, several chunks.
 frame::Model TestModel() {
@@ -46,87 +41,43 @@ frame::Model TestModel() {
     return model;
 }
 
-class Frames : public testing::Test {
-protected:
-    static constexpr std::uint32_t kFrames = 5;
-    static constexpr frame::TileGrid kGrid{200, 120};
-
-    Frames() {
+// The pictures' hashes when every job runs in order on this thread.
+std::vector<std::uint64_t> RunPlainly(const frame::Model& model, frame::TileGrid grid) {
+    std::vector<std::uint64_t> hashes;
+    {
         std::string error;
-        mesh_ = frame::Mesh::Build(TestModel(), error);
-        camera_.Reset(new frame::Camera(kGrid.width, kGrid.height, mesh_->Height()));
-    }
-    ~Frames() override { ZKL::DestroyAllocator(); }
-
-    // Every job in order, on this thread.
-    std::vector<std::uint64_t> RunPlainly() {
-        FrameContext context(1, kGrid, mesh_, camera_);
-        std::vector<std::uint64_t> hashes;
-        for (std::uint32_t number = 0; number < kFrames; ++number) {
+        const ZKL::vRefPtr<frame::Mesh> mesh = frame::Mesh::Build(model, error);
+        const ZKL::vSmartPtr<frame::Camera> camera(
+            new frame::Camera(grid.width, grid.height, mesh->Height()));
+        frame::FrameContext context(1, grid, mesh, camera);
+        for (std::uint32_t number = 0; number < 5; ++number) {
             context.Begin(number);
             for (std::uint32_t s = 0; s < frame::kStageCount; ++s) {
-                const auto stage = static_cast<Stage>(s);
+                const auto stage = static_cast<frame::Stage>(s);
                 for (std::uint32_t job = 0; job < context.JobCount(stage); ++job) {
                     context.Run(stage, job);
                 }
             }
             hashes.push_back(frame::PictureHash(context.Pixels()));
         }
-        return hashes;
     }
-
-    std::vector<std::uint64_t> RunAsGraph(std::uint32_t workers) {
-        FrameContext contexts[2] = {{1, kGrid, mesh_, camera_}, {2, kGrid, mesh_, camera_}};
-        ZKL::vWorkerThread pool;
-        ZKL::vWorkerThread presenter;
-        pool.RunPool(workers);
-        presenter.RunSingle();
-        std::vector<std::uint64_t> hashes;
-        {
-            const auto present = [&](FrameContext& context) {
-                EXPECT_EQ(context.Number(), hashes.size());
-                hashes.push_back(frame::PictureHash(context.Pixels()));
-            };
-            FrameGraph graphs[2] = {{contexts[0], pool, presenter, present},
-                                    {contexts[1], pool, presenter, present}};
-            FrameGraph::Node gate;
-            for (std::uint32_t number = 0; number < kFrames; ++number) {
-                EXPECT_TRUE(graphs[number % 2].Wait());
-                graphs[number % 2].Launch(number, gate);
-            }
-        }
-        presenter.StopThread();
-        presenter.Join();
-        return hashes;
-    }
-
-    ZKL::vRefPtr<frame::Mesh> mesh_;
-    ZKL::vSmartPtr<frame::Camera> camera_;
-};
+    ZKL::DestroyAllocator();
+    return hashes;
+}
 
 // The numbers below are the pictures' own: they change with the look of the sample, never with the
 // compiler, its settings or the system.
-TEST_F(Frames, PicturesAreTheSameBytesForAnyNumberOfWorkers) {
-    const std::vector<std::uint64_t> plain = RunPlainly();
-    EXPECT_EQ(plain.front(), 2902158727122410421u);
-    EXPECT_EQ(plain.back(), 10592470596073466667u);
-    for (const std::uint32_t workers : {1u, 2u, 3u, 8u}) {
-        EXPECT_EQ(RunAsGraph(workers), plain) << workers << " workers";
-    }
+TEST(Frames, PicturesAreTheSameBytesEverywhere) {
+    const std::vector<std::uint64_t> hashes = RunPlainly(TestModel(), {200, 120});
+    EXPECT_EQ(hashes.front(), 2902158727122410421u);
+    EXPECT_EQ(hashes.back(), 10592470596073466667u);
 }
 
-std::string ReadText(const std::filesystem::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
-
-std::vector<std::uint8_t> ReadPng(const std::filesystem::path& path, png_image& image) {
+std::vector<std::uint8_t> ReadPng(const std::string& path, png_image& image) {
     image = {};
     image.version = PNG_IMAGE_VERSION;
     std::vector<std::uint8_t> pixels;
-    if (png_image_begin_read_from_file(&image, path.string().c_str()) != 0) {
+    if (png_image_begin_read_from_file(&image, path.c_str()) != 0) {
         image.format = PNG_FORMAT_RGB;
         pixels.resize(PNG_IMAGE_SIZE(image));
         if (png_image_finish_read(&image, nullptr, pixels.data(), 0, nullptr) == 0) {
@@ -136,55 +87,66 @@ std::vector<std::uint8_t> ReadPng(const std::filesystem::path& path, png_image& 
     return pixels;
 }
 
-// The whole program, twice in one process: what it leaves belongs together.
+// The whole program, several times in one process: what it leaves belongs together, and pictures
+// are the same bytes for any number of workers.
 TEST(App, LeavesPicturesTraceLogAndSummary) {
     const test::TempDir directory;
-    const std::filesystem::path& folder = directory.Path();
-    const auto model = folder / "model.obj";
-    std::ofstream(model) << "v -1 0 0\nv 1 0 0\nv 0 2 0\nv 0 0 1\nf 1 2 3\nf 1 4 3\nf 4 2 3\n";
-    std::string summaries[2];
-    for (std::uint32_t run = 0; run < 2; ++run) {
-        frame::Options options;
-        options.frames = 3;
-        options.width = 100;
-        options.height = 60;
-        options.workers = run + 1;
-        options.every = 2;
-        options.model = model.string();
-        options.out = (folder / std::to_string(run)).string();
+    frame::Options options;
+    options.frames = 5;
+    options.width = 100;
+    options.height = 60;
+    options.every = 2;
+    options.model = directory.File("model.obj");
+    frame::Model model = TestModel();
+    std::ofstream file(options.model);
+    for (const glm::vec3& at : model.positions) {
+        file << "v " << at.x << ' ' << at.y << ' ' << at.z << '\n';
+    }
+    for (const frame::Model::Triangle& each : model.triangles) {
+        file << "f " << each.corners[0].position + 1 << ' ' << each.corners[1].position + 1 << ' '
+             << each.corners[2].position + 1 << '\n';
+    }
+    file.close();
+    std::string error;
+    ASSERT_TRUE(frame::LoadModel(options.model, model = {}, error)) << error;
+    std::ostringstream hash;
+    hash << std::hex << std::setw(16) << std::setfill('0')
+         << RunPlainly(model, {options.width, options.height}).back();
+    std::string pictures;
+    for (const std::uint32_t workers : {1u, 2u, 3u, 8u}) {
+        options.workers = workers;
+        options.out = directory.File(std::to_string(workers));
         testing::internal::CaptureStdout();
         testing::internal::CaptureStderr();
         ASSERT_EQ(frame::RunApp(options), 0);
         EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-        summaries[run] = testing::internal::GetCapturedStdout();
-        const std::filesystem::path out = options.out;
-        EXPECT_EQ(ReadText(out / "summary.txt"), summaries[run]);
+        const std::string summary = testing::internal::GetCapturedStdout();
+        EXPECT_EQ(test::ReadFile(options.out + "/summary.txt"), summary);
 
         png_image image;
-        const std::vector<std::uint8_t> last = ReadPng(out / "frame.png", image);
+        const std::vector<std::uint8_t> last = ReadPng(options.out + "/frame.png", image);
         EXPECT_EQ(image.width, 100u);
         EXPECT_EQ(image.height, 60u);
-        EXPECT_EQ(ReadPng(out / "frame-00002.png", image), last);
-        EXPECT_NE(ReadPng(out / "frame-00000.png", image), last);
-        std::ostringstream hash;
-        hash << std::hex << std::setw(16) << std::setfill('0') << frame::PictureHash(last);
-        EXPECT_NE(summaries[run].find("Last picture       " + hash.str()), std::string::npos);
+        EXPECT_EQ(ReadPng(options.out + "/frame-00004.png", image), last);
+        EXPECT_NE(ReadPng(options.out + "/frame-00000.png", image), last);
+        // The last line compares all pictures of the runs.
+        const std::string compared = summary.substr(summary.find("Last picture"));
+        EXPECT_TRUE(compared.starts_with("Last picture       " + hash.str())) << compared;
+        EXPECT_EQ(compared, pictures.empty() ? compared : pictures);
+        pictures = compared;
 
-        const std::string log = ReadText(out / "frame.log");
-        EXPECT_NE(log.find("[INFO]\t : Frame 2 has picture " + hash.str()), std::string::npos);
-        EXPECT_NE(
-            ReadText(out / "graph.log").find("\t\ttransform 1\n\t\t\tshadow 16\n\t\t\tbin 1\n"),
-            std::string::npos);
-        const std::string stages = ReadText(out / "stages.log");
-        EXPECT_EQ(std::count(stages.begin(), stages.end(), '\n'), 3);
-        const std::string trace = ReadText(out / "profiling.js");
+        const std::string log = test::ReadFile(options.out + "/frame.log");
+        EXPECT_NE(log.find("[INFO]\t : Frame 4 has picture " + hash.str()), std::string::npos);
+        EXPECT_NE(test::ReadFile(options.out + "/graph.log")
+                      .find("\t\ttransform 5\n\t\t\tshadow 16\n\t\t\tbin 2\n"),
+                  std::string::npos);
+        const std::string stages = test::ReadFile(options.out + "/stages.log");
+        EXPECT_EQ(std::count(stages.begin(), stages.end(), '\n'), 5);
+        const std::string trace = test::ReadFile(options.out + "/profiling.js");
         EXPECT_EQ(trace.find("{\"traceEvents\":["), 0u);
         EXPECT_NE(trace.find("\"name\":\"tiles\""), std::string::npos);
         EXPECT_NE(trace.find("\"name\":\"encode PNG\""), std::string::npos);
     }
-    // The last line compares all pictures of the runs.
-    EXPECT_EQ(summaries[0].substr(summaries[0].find("Last picture")),
-              summaries[1].substr(summaries[1].find("Last picture")));
 }
 
 }  // namespace

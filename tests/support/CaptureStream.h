@@ -26,7 +26,11 @@ public:
         }
         close(file);
     }
-    ~CaptureStream() { Restore(); }
+    ~CaptureStream() {
+        Flush();
+        dup2(saved_, descriptor_);
+        close(saved_);
+    }
     CaptureStream(const CaptureStream&) = delete;
     CaptureStream& operator=(const CaptureStream&) = delete;
 
@@ -35,18 +39,9 @@ public:
         Flush();
         return ReadFile(FileName());
     }
-    std::string FileName() const { return directory_.File("stream"); }
-    // Ends the capture early; Text() still tells what was caught.
-    void Restore() {
-        if (saved_ >= 0) {
-            Flush();
-            dup2(saved_, descriptor_);
-            close(saved_);
-            saved_ = -1;
-        }
-    }
 
 private:
+    std::string FileName() const { return directory_.File("stream"); }
     static void Flush() {
         std::cout.flush();
         std::fflush(nullptr);
