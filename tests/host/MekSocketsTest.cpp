@@ -67,6 +67,8 @@ TEST(MekSockets, AnswersWhatCannotBeWithAStatus) {
         EXPECT_EQ(MekSockets::Connect(address, 1, 0, &made), kMekInvalidParameter) << address;
     }
     Pair pair;
+    EXPECT_EQ(MekSocketConnector(pair.listener.GetPort(), 1, 2).Declare(), kMekAddressInUse);
+    EXPECT_EQ(pair.listener.Accept(&made), kMekTimeout);
     char byte = 0;
     std::size_t received = 77;
     EXPECT_EQ(pair.client->Receive(&byte, 0, -1, &received), kMekInvalidParameter);
@@ -75,20 +77,6 @@ TEST(MekSockets, AnswersWhatCannotBeWithAStatus) {
     pair.client->Close();
     EXPECT_EQ(pair.client->Send(&byte, 1), kMekInvalidHandle);
     EXPECT_EQ(pair.client->Receive(&byte, 1, -1, &received), kMekInvalidHandle);
-}
-
-TEST(MekSocketConnector, TakesAPortAgainOnlyWhenItIsFree) {
-    auto first = std::make_unique<Pair>();
-    const int port = first->listener.GetPort();
-    MekSocketConnector second(port, 1, 2);
-    EXPECT_EQ(second.Declare(), kMekAddressInUse);
-    MekSockets* client = nullptr;
-    EXPECT_EQ(first->listener.Accept(&client), kMekTimeout);
-    // The server's end closes first, so it is the one that lingers on the port.
-    first->server.reset();
-    first.reset();
-    EXPECT_EQ(MekSockets::Connect("127.0.0.1", port, -1, &client), kMekConnectionRefused);
-    EXPECT_EQ(second.Declare(), kMekOk);
 }
 
 TEST(MekSocketConnector, ListensWhereTheEnvironmentSays) {
@@ -138,6 +126,7 @@ TEST(MekSockets, GivesUpASendToAPeerThatDoesNotRead) {
         std::size_t count = 0;
         pair.server->SetSendTimeout(timeout);
         EXPECT_EQ(pair.server->Send(sent.data(), sent.size(), &count), kMekTimeout);
+        EXPECT_GT(count, 0u);
         EXPECT_LT(count, sent.size());
         EXPECT_TRUE(ReceiveAll(*pair.client, count) == sent.substr(0, count));
     }
