@@ -110,13 +110,4 @@ TEST_F(LifeCycleManager, ServiceWithoutHooksNeverRunsAndIsFreedFromItsStart) {
     EXPECT_TRUE(manager.InitializeModules());
 }
 
-TEST_F(LifeCycleManager, ReportsMisuse) {
-    test::ScopedCheckHandler checks;
-    manager.RegisterModule(nullptr, "none");
-    manager.RegisterModule(a, "again");
-    EXPECT_EQ(checks.Checks().size(), 2u);
-    EXPECT_TRUE(manager.InitializeModules());
-    EXPECT_EQ(TakeCalls(), "+a +b +c ");
-}
-
 }  // namespace

@@ -17,28 +17,6 @@ namespace {
 
 using ZKL::vLoggerOutput;
 
-TEST(vLoggerOutput, LivesUntilItsLastReference) {
-    test::Collected collected;
-    vLoggerOutput* const output = new test::CollectingOutput(&collected);
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 8; ++i) {
-        output->AddRef();
-        threads.emplace_back([output] {
-            for (int round = 0; round < 1000; ++round) {
-                output->AddRef();
-                output->Release();
-            }
-            output->Release();
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    EXPECT_EQ(collected.Joined(), "");
-    output->Release();
-    EXPECT_EQ(collected.Joined(), "<gone>");
-}
-
 TEST(vLoggerOutput, WritesToTheStreamItsNameStandsFor) {
     const std::string withZero("b\0c\n", 4);
     test::CaptureStream out(1);
@@ -85,17 +63,6 @@ TEST(vLoggerOutput, AddsToTheCrashReportThatOutlivesIt) {
     ZKL::LogAbendTrace(ZKL::vLogger::eInfo, "from the %s\n", "channel");
     EXPECT_EQ(MekAbendInfo::WriteReport(),
               "==== ZELO INFORMATION ====\nfrom an output\nfrom the channel\n");
-}
-
-TEST(vLoggerOutput, ReportsNullTexts) {
-    test::CaptureStream out(1);
-    test::ScopedCheckHandler checks;
-    EXPECT_EQ(vLoggerOutput::Create(nullptr), nullptr);
-    vLoggerOutput* const output = vLoggerOutput::Create("stdout");
-    output->Write(nullptr);
-    output->Release();
-    EXPECT_EQ(checks.Expressions(), (std::vector<std::string>{"name", "text"}));
-    EXPECT_EQ(out.Text(), "");
 }
 
 }  // namespace

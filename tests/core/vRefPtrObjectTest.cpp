@@ -130,28 +130,6 @@ TEST(vRefPtrObject, WaitsForAnotherDestroyerBeforeDeleting) {
     EXPECT_EQ(log.deletes, 1);
 }
 
-TEST(vRefPtr, CopiesMovesAndConverts) {
-    Object::Log log;
-    vRefPtr<Object> a(new Object(log));
-    vRefPtr<const vRefPtrObject> base = a;
-    EXPECT_EQ(a->GetReferenceCount(), 2);
-    EXPECT_TRUE(base == a);
-    vRefPtr<Object> b = std::move(a);
-    EXPECT_TRUE(a == nullptr && !a && b);  // NOLINT(bugprone-use-after-move): empty by contract
-    b = *&b;
-    EXPECT_EQ((*b).GetReferenceCount(), 2);
-    base = std::move(b);
-    EXPECT_EQ(base->GetReferenceCount(), 1);
-    swap(a, b);
-    a.Reset(new Object(log));
-    EXPECT_FALSE(base == a);
-    base = a;
-    EXPECT_EQ(log.deletes, 1);
-    base.Reset();
-    a = nullptr;
-    EXPECT_EQ(log.deletes, 2);
-}
-
 TEST(vRefPtr, CountsAcrossThreads) {
     for (const int threads : {1, 2, 8, 64}) {
         Object::Log log;

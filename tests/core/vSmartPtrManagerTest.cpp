@@ -40,20 +40,6 @@ TEST(vSmartPtrManager, CarvesBlocksInOrderAndReusesFirst) {
     EXPECT_EQ(first[3]->strong + first[3]->weak, 0U);
 }
 
-TEST(vSmartPtrManager, UsesSpareBlocksBeforeTheHeap) {
-    vSmartPtrManager pool(2);
-    EXPECT_TRUE(pool.ReserveBlocks(2));
-    std::vector<vSmartPtrLink*> links = Take(pool, 5);
-    EXPECT_EQ(pool.GetBlockCount(), 3U);
-    std::sort(links.begin(), links.end());
-    EXPECT_EQ(std::unique(links.begin(), links.end()), links.end());
-
-    vSmartPtrManager tooBig(std::size_t{1} << 57);
-    EXPECT_EQ(tooBig.GetFreeLink(), nullptr);
-    EXPECT_FALSE(tooBig.ReserveBlocks(1));
-    EXPECT_EQ(tooBig.GetBlockCount() + tooBig.GetUsedLinkCount(), 0U);
-}
-
 // A leak checker sees whether the links go back to the heap one by one.
 TEST(vSmartPtrManager, WorksWithoutPooling) {
     vSmartPtrManager pool(0);

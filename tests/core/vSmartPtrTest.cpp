@@ -55,38 +55,6 @@ protected:
     const std::uint32_t linksBefore_ = UsedLinks();
 };
 
-TEST_F(vSmartPtrTest, CountsStrongPointersAndTheLinksHolders) {
-    vSmartPtr<Object> a(new Derived);
-    EXPECT_EQ(a->GetReferenceCount(), 1);
-    EXPECT_EQ(a->GetWeakReferenceCount(), 1);
-    vWeakPtr<Object> weak = a;
-    vSmartPtr<vSmartPtrObject> base = a;
-    EXPECT_TRUE(base == a);
-    EXPECT_EQ(a->GetReferenceCount(), 2);
-    EXPECT_EQ(a->GetWeakReferenceCount(), 2);
-    {
-        const vSmartPtr<Object> locked = weak.Lock();
-        EXPECT_EQ(locked.Get(), a.Get());
-        EXPECT_EQ(a->GetReferenceCount(), 3);
-        EXPECT_EQ(a->GetWeakReferenceCount(), 2);
-    }
-    vSmartPtr<Object> b = std::move(a);
-    EXPECT_TRUE(a == nullptr && !a && b);  // NOLINT(bugprone-use-after-move): empty by contract
-    b = *&b;
-    EXPECT_EQ((*b).GetReferenceCount(), 2);
-    base = nullptr;
-    swap(a, b);
-    a.Reset(new Object);  // drops the Derived
-    EXPECT_EQ(objects, 1);
-    EXPECT_EQ(weak.Lock(), nullptr);
-    EXPECT_EQ(UsedLinks(), linksBefore_ + 2);  // the watched link is still there
-    vWeakPtr<vSmartPtrObject> other = weak;
-    weak = nullptr;
-    EXPECT_EQ(UsedLinks(), linksBefore_ + 2);
-    other = std::move(weak);
-    EXPECT_EQ(UsedLinks(), linksBefore_ + 1);
-}
-
 TEST_F(vSmartPtrTest, WatchesAnObjectWithoutAnOwner) {
     auto* const object = new Object;
     EXPECT_FALSE(object->IsReferenced());

@@ -91,22 +91,4 @@ TEST_F(Models, OddButSoundOnesLoad) {
     }
 }
 
-// Two faces that meet at a right angle keep their edge, two that meet at a flat one share a normal.
-TEST_F(Models, NormalsAreSmoothedUpToACrease) {
-    for (const bool isCrease : {false, true}) {
-        frame::Model model;
-        std::string error;
-        ASSERT_TRUE(frame::LoadModel(
-            Write(std::string("v 0 0 0\nv 0 0 1\nv 1 0 0\n") +
-                  (isCrease ? "v 0 1 0\n" : "v -1 0.5 0\n") + "f 1 2 3\nf 2 1 4\n"),
-            model, error));
-        const std::vector<glm::vec3> normals = frame::CornerNormals(model);
-        ASSERT_EQ(normals.size(), 6u);
-        EXPECT_EQ(normals[0] == normals[4], !isCrease);
-        for (const glm::vec3& n : normals) {
-            EXPECT_NEAR(n.x * n.x + n.y * n.y + n.z * n.z, 1.0f, 1e-5f);
-        }
-    }
-}
-
 }  // namespace

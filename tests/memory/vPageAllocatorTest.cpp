@@ -80,25 +80,6 @@ TEST(vDefaultPageAllocator, GivesAnOwnersBlocksBackTogether) {
     EXPECT_EQ(backing.live, 0);
 }
 
-TEST(vDefaultPageAllocator, ServesManyThreads) {
-    RecordingAllocator backing;
-    vDefaultPageAllocator pages(&backing);
-    std::vector<std::thread> workers;
-    for (std::uint64_t owner = 1; owner <= 8; ++owner) {
-        workers.emplace_back([&pages, owner] {
-            for (int round = 0; round < 500; ++round) {
-                std::memset(pages.AllocatePages(owner, 1, 64), 1, 64);
-                pages.AllocatePages(1000, 1, 64);
-                pages.FreePages(owner);
-            }
-        });
-    }
-    for (std::thread& worker : workers) {
-        worker.join();
-    }
-    EXPECT_EQ(backing.live, 8 * 500);
-}
-
 // A leak checker sees whether destroying it frees what the owner still held.
 TEST(DefaultPageAllocator, LivesUntilDestroyedAndAgain) {
     for (int life = 0; life < 2; ++life) {

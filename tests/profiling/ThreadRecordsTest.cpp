@@ -89,14 +89,6 @@ TEST_F(ThreadRecordsTest, AllocatesNothingInTheSteadyState) {
     }
 }
 
-TEST_F(ThreadRecordsTest, GivesALargeBurstBackToTheHeap) {
-    for (std::uint32_t i = 0; i < RecordChunk::kCapacity * (ThreadRecords::kMaxSpares + 500); ++i) {
-        ASSERT_TRUE(Record('i'));
-    }
-    Read();
-    EXPECT_LE(allocator_.alive, static_cast<int>(ThreadRecords::kMaxSpares) + 10);
-}
-
 TEST_F(ThreadRecordsTest, EndsEveryScopeWhenMemoryRunsOut) {
     // However many allocations succeed, and however deep scopes nest: what began also ends.
     for (int left = 0; left < 40; ++left) {

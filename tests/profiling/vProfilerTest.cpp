@@ -83,15 +83,6 @@ TEST_F(Profiler, GivesEachTextOneHandleForEver) {
     EXPECT_STREQ(vProfiler::LookUpName(vProfiler::RegisterName(nullptr)), "");
 }
 
-TEST_F(Profiler, NumbersThreads) {
-    std::vector<std::uint32_t> indices(8);
-    test::OnThreads(
-        8, [&](int i) { indices[static_cast<std::size_t>(i)] = vProfiler::GetThreadIndex(); });
-    const std::set<std::uint32_t> distinct(indices.begin(), indices.end());
-    EXPECT_EQ(distinct.size(), 8u);
-    EXPECT_FALSE(distinct.contains(vProfiler::GetThreadIndex()));
-}
-
 TEST_F(Profiler, RecordsWhatBeganWhileOnAndNothingElse) {
     { const vScopedProfiler off(outer_); }
     {
@@ -226,25 +217,6 @@ TEST_F(Profiler, KeepsRecordsWhenTheFileCannotBeOpened) {
     EXPECT_FALSE(manager_.FlushProfiler());
     manager_.SetTraceDirectory(directory_.Path().string().c_str());
     EXPECT_EQ(FlushShort("BEi"), (Names{"B:outer", "E:outer"}));
-}
-
-TEST_F(Profiler, ScramblesTheWholeFile) {
-    manager_.SetEncryptionMode(vProfilerManager::eEncryptionXOR);
-    manager_.TurnOn();
-    for (int flush = 0; flush < 2; ++flush) {
-        for (int i = 0; i < 1000; ++i) {
-            const vScopedProfiler scope(outer_);
-        }
-        manager_.SetEncryptionMode(vProfilerManager::eEncryptionXOR);
-        ASSERT_TRUE(manager_.FlushProfiler());
-    }
-    std::string text = test::ReadFile(directory_.File("profiling.js"));
-    EXPECT_EQ(text.find("outer"), std::string::npos);
-    constexpr std::uint8_t key[] = {0xE4, 0xC3, 0x17, 0x5A};
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        text[i] = static_cast<char>(static_cast<std::uint8_t>(text[i]) ^ key[i % 4]);
-    }
-    EXPECT_GT(json::parse(text)["traceEvents"].size(), 4000u);
 }
 
 // Checks that each thread's slices nest, and returns how many there are.

@@ -33,18 +33,6 @@ protected:
     static vTaskManager& Manager() { return *vTaskManager::GetInstance(); }
 };
 
-TEST_F(vTaskManagerTest, OneInstanceAndTheCountsOfTheSurvey) {
-    vTaskManager* const first = vTaskManager::GetInstance();
-    EXPECT_TRUE(vTaskManager::CreateInstance());
-    EXPECT_EQ(vTaskManager::GetInstance(), first);
-    EXPECT_TRUE(vTaskManager::DestroyInstance());
-    EXPECT_TRUE(vTaskManager::DestroyInstance());
-    EXPECT_EQ(vTaskManager::GetInstance(), nullptr);
-    EXPECT_EQ(vTaskManager::GetNbCore(), ZKL::GetCPUInfos().cores);
-    EXPECT_EQ(vTaskManager::GetNbLogicalCore(), ZKL::GetCPUInfos().logicalProcessors);
-    EXPECT_EQ(vTaskManager::GetThreadPoolSize(), ZKL::GetCPUInfos().logicalProcessors);
-}
-
 TEST_F(vTaskManagerTest, WaitTaskJoinsItsSlotAndSlotsAreUsedAgain) {
     for (int round = 0; round < 20; ++round) {
         std::atomic<int> done[6] = {};
@@ -60,23 +48,6 @@ TEST_F(vTaskManagerTest, WaitTaskJoinsItsSlotAndSlotsAreUsedAgain) {
         }
         ZKL::vThreadPoolManager::DestroyThreadPool();
     }
-}
-
-TEST_F(vTaskManagerTest, WorkRunsThoughNobodyWaits) {
-    std::atomic<bool> ran = false;
-    Manager().Run(eAsyncTask3, [&] { ran = true; });
-    EXPECT_TRUE(test::WaitUntil([&] { return ran.load(); }));
-}
-
-TEST_F(vTaskManagerTest, RunNeverWaitsForAPlaceInTheArena) {
-    // More blockers than the arena has places; they leave only after the last Run has returned.
-    const int blockers = static_cast<int>(vTaskManager::GetNbLogicalCore()) + 2;
-    std::atomic<bool> open = false;
-    for (int i = 0; i < blockers; ++i) {
-        Manager().Run(eAsyncTask0, [&] { test::WaitUntil([&] { return open.load(); }); });
-    }
-    open = true;
-    Manager().WaitTask(eAsyncTask0, kNoFlow);
 }
 
 TEST_F(vTaskManagerTest, WorkFillsAndJoinsSlotsOfItsOwn) {

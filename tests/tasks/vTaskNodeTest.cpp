@@ -282,35 +282,6 @@ TEST_F(vTaskNodeTest, RunsJobsWithoutWorkerOnTheReleasingThread) {
     kept->Release();
 }
 
-// A job that throws costs its node the jobs behind it; all that waits for the node goes on.
-TEST_F(vTaskNodeTest, PassesOnWhatADirectJobThrows) {
-    for (const bool ownJob : {true, false}) {
-        std::string ran;
-        const auto job = [&](char id) { return vPooledTask::Create([&ran, id] { ran += id; }); };
-        vWorkerThread idle;
-        NodeHandle first = vTaskNode::CreateNode(nullptr);
-        NodeHandle node = vTaskNode::CreateNode(nullptr);
-        NodeHandle next = vTaskNode::CreateNode(nullptr);
-        node->AddDependency(first.Get());
-        next->AddDependency(node.Get());
-        node->AddTask(job('1'));
-        if (ownJob) {
-            node->AddTask(vPooledTask::CreateNode({}));
-            node->AddTask(job('2'));
-        } else {
-            node->AddTask(nullptr, vPooledTask::CreateNode({}));
-        }
-        node->AddTask(&idle, job('w'));
-        next->AddTask(job('n'));
-        vSynchroNode done(next.Get());
-        next.Reset();
-        node.Reset();
-        EXPECT_THROW(first.Reset(), std::bad_function_call);
-        EXPECT_EQ(done.Wait(0), 0);
-        EXPECT_EQ(ran, "1n");
-    }
-}
-
 TEST_F(vTaskNodeTest, WaitsMayTimeOutBeRepeatedAndBeGivenUp) {
     vSynchroNode empty(nullptr);
     EXPECT_EQ(empty.Wait(), 0);

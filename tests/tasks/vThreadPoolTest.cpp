@@ -80,25 +80,6 @@ TEST_P(vThreadPoolTest, JobsOfSeveralProducersRunOnceEach) {
     EXPECT_TRUE(std::all_of(runs.begin(), runs.end(), [](const auto& n) { return n == 1; }));
 }
 
-TEST_P(vThreadPoolTest, JobsRunBesideEachOther) {
-    // Nobody leaves before everybody is in.
-    std::atomic<unsigned> inside = 0;
-    std::vector<std::unique_ptr<MekEvent>> events;
-    std::vector<MekEvent*> waited;
-    vThreadPool pool(GetParam());
-    for (unsigned i = 0; i < GetParam(); ++i) {
-        waited.push_back(events.emplace_back(CreateMekEvent(0)).get());
-        pool.AddTask(MakeTask(
-            [&] {
-                ++inside;
-                EXPECT_TRUE(test::WaitUntil([&] { return inside == GetParam(); }));
-            },
-            waited.back()));
-    }
-    EXPECT_EQ(WaitForMultipleEvents(GetParam(), waited.data(), 1, -1), 0);
-    pool.Stop();
-}
-
 TEST_P(vThreadPoolTest, EndsWithJobsQueuedAndReleasesThem) {
     for (const bool stopFirst : {false, true}) {
         std::atomic<unsigned> ran = 0;
@@ -194,16 +175,6 @@ TEST_F(vThreadPoolTest, ATaskRunsItsJobOnceThenSignalsThenReleases) {
     pool.Stop();
     EXPECT_EQ(story.words, "executed signalled released");
     EXPECT_EQ(task->GetJob(), nullptr);
-}
-
-TEST_F(vThreadPoolTest, WhatIsNotRunIsReleasedAndNullIsAMisuse) {
-    MakeTask([] { ADD_FAILURE(); });
-    EXPECT_EQ(s_liveJobs, 0);
-    const test::ScopedCheckHandler checks;
-    vThreadPool pool(1);
-    pool.AddTask(nullptr);
-    EXPECT_EQ(checks.Expressions(), std::vector<std::string>{"task"});
-    pool.Stop();
 }
 
 }  // namespace

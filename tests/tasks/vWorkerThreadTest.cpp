@@ -129,17 +129,6 @@ TEST_F(vWorkerThreadTest, DestructionDestroysUnservedJobsUnrun) {
     EXPECT_EQ(Ran(), "");
 }
 
-TEST_F(vWorkerThreadTest, DestructionServesWhatHasAThread) {
-    for (const bool withPool : {false, true}) {
-        vWorkerThread worker;
-        withPool ? worker.RunPool(2) : worker.RunSingle();
-        for (int i = 0; i < 10; ++i) {
-            worker.PostJob(vPooledTask::Create([&] { worker.PostJob(Letters("ab")); }));
-        }
-    }
-    EXPECT_EQ(Ran().size(), 40U);
-}
-
 TEST_F(vWorkerThreadTest, BusyPoolServesLastInFirstOut) {
     vWorkerThread worker;
     worker.RunPool(1);
@@ -151,17 +140,6 @@ TEST_F(vWorkerThreadTest, BusyPoolServesLastInFirstOut) {
     OpenGate();
     AwaitRan(6);
     EXPECT_EQ(Ran(), "afedcb");
-}
-
-TEST_F(vWorkerThreadTest, NewPoolTakesOverWhenTheOldOneIsDone) {
-    vWorkerThread worker;
-    worker.RunPool(1);
-    worker.PostJob(Letters("abc"));
-    worker.RunPool(2);
-    EXPECT_EQ(Ran().size(), 3U);
-    worker.PostJob(Letter('d'));
-    worker.WaitForPendingTasks();
-    AwaitRan(4);
 }
 
 // Jobs go to the sleeping threads first, a batch from its end, and the rest waits on the stack.

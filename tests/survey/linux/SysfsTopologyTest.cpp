@@ -66,27 +66,4 @@ TEST(SysfsTopology, LiveSurveyKeepsToWhatTheProcessMayUse) {
     EXPECT_EQ(found.processors, 1u);
 }
 
-// The system lists the same features by name.
-TEST(vCPUInfos, FeaturesAgreeWithTheSystemsList) {
-    std::ifstream in("/proc/cpuinfo");
-    std::string flags;
-    while (std::getline(in, flags) && !flags.starts_with("flags")) {
-    }
-    ASSERT_FALSE(flags.empty());
-    const struct {
-        const char* flag;
-        std::uint32_t bit;
-    } names[] = {{"sse", 1},        {"sse2", 2},      {"pni", 4},        {"sse4_1", 8},
-                 {"sse4_2", 16},    {"avx", 32},      {"avx2", 64},      {"avx512cd", 128},
-                 {"avx512er", 256}, {"avx512f", 512}, {"avx512pf", 1024}};
-    std::uint32_t expected = 0;
-    std::istringstream words(flags);
-    for (std::string word; words >> word;) {
-        for (const auto& name : names) {
-            expected |= word == name.flag ? name.bit : 0;
-        }
-    }
-    EXPECT_EQ(ZKL::GetCPUInfos().features, expected);
-}
-
 }  // namespace

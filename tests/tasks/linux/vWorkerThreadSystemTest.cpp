@@ -11,21 +11,6 @@ namespace {
 using ZKL::vWorkerThread;
 using ZKL::vTaskDetail::vPooledTask;
 
-TEST(vWorkerThreadSystem, NamesItsThread) {
-    for (const std::string name : {"", "own name"}) {
-        vWorkerThread worker;
-        if (!name.empty()) {
-            worker.SetName(name);
-        }
-        worker.RunSingle();
-        char seen[32] = "";
-        worker.PostJob(vPooledTask::Create(
-            [&seen] { pthread_getname_np(pthread_self(), seen, sizeof(seen)); }));
-        worker.WaitForPendingTasks();
-        EXPECT_EQ(seen, name.empty() ? "Zelo:Worker" : name);
-    }
-}
-
 // A stack larger than the address space: no thread is to be had.
 TEST(vWorkerThreadSystem, ReportsThatThereIsNoThread) {
     pthread_attr_t usual;

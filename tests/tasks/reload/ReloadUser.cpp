@@ -1,4 +1,5 @@
-// Stands for a part of an engine that is loaded, uses the kernel's threads and is unloaded.
+// Stands for a part of an engine that is loaded, uses the kernel's threads and its log and is
+// unloaded.
 
 #include <MekHost/system/MekEvent.h>
 #include <MekHost/system/RudSysJob.h>
@@ -6,6 +7,10 @@
 #include <atomic>
 #include <memory>
 
+#include "ZelREKernel/core/vKernelModule.h"
+#include "ZelREKernel/core/vLog.h"
+#include "ZelREKernel/core/vLoggerLifeCycle.h"
+#include "ZelREKernel/core/vLoggerManager.h"
 #include "ZelREKernel/tasks/vTaskManager.h"
 #include "ZelREKernel/tasks/vThreadPool.h"
 
@@ -35,4 +40,15 @@ extern "C" __attribute__((visibility("default"))) int UseThreads() {
     WaitForSingleEvent(ran.get(), -1);
     pool.Stop();
     return done;
+}
+
+// Logs a line to `file` through the flusher, which is left to the unloading unless it is to stop.
+// Returns whether the kernel came up and down.
+extern "C" __attribute__((visibility("default"))) bool UseLog(const char* file, int round,
+                                                              bool stopsFlusher) {
+    ZKL::vLoggerLifeCycle flusher;
+    const bool up = ZKL::vKernelModule::Initialize({}) == 0 && flusher.Initialize();
+    ZKL::vLoggerManager::GetInstance().GetLogger(ZKL::vLoggerManager::eRufx).SetOutput(file);
+    ZKL::LogRufx(ZKL::vLogger::eInfo, "round %d", round);
+    return up && (!stopsFlusher || flusher.Terminate()) && ZKL::vKernelModule::Terminate() == 0;
 }
