@@ -9,7 +9,6 @@
 namespace {
 
 using ZKL::vWorkerThread;
-using ZKL::vTaskDetail::vPooledTask;
 
 // A stack larger than the address space: no thread is to be had.
 TEST(vWorkerThreadSystem, ReportsThatThereIsNoThread) {
