@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <functional>
 #include <memory>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -130,6 +131,34 @@ TEST_F(vPooledTaskTest, EndingThreadsLoseNoRecords) {
     }
     // This thread keeps a different few at hand each time, at most eight blocks' worth.
     EXPECT_LE(CountJobRecords().blocks, blocks + 8);
+    EXPECT_EQ(CountJobRecords().live, 0);
+}
+
+// A deep pool is put in the order of memory: given back all over the place, records come again in
+// rising order, each once.
+TEST_F(vPooledTaskTest, ManyRecordsComeBackInTheOrderOfMemory) {
+    constexpr std::size_t kRecords = 100'003;
+    std::vector<vJobHandle> jobs(kRecords);
+    const auto makeAll = [&] {
+        for (vJobHandle& job : jobs) {
+            job = vPooledTask::CreateNode({});
+        }
+    };
+    makeAll();
+    for (std::size_t i = 0; i < kRecords; ++i) {
+        jobs[i * 7919 % kRecords].reset();
+    }
+    makeAll();
+    std::size_t rises = 0;
+    std::set<const void*> seen;
+    for (std::size_t i = 0; i < kRecords; ++i) {
+        rises += i > 0 && jobs[i - 1].get() < jobs[i].get() ? 1U : 0U;
+        seen.insert(jobs[i].get());
+    }
+    EXPECT_EQ(seen.size(), kRecords);
+    // Not all: what the thread had at hand, and neighbours in one grain.
+    EXPECT_GT(rises, kRecords * 9 / 10);
+    jobs.clear();
     EXPECT_EQ(CountJobRecords().live, 0);
 }
 

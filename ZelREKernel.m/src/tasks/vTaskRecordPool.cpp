@@ -1,5 +1,6 @@
 #include "tasks/vTaskRecordPool.h"
 
+#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -7,12 +8,17 @@
 
 #include "ZelREKernel/base/vMallocAllocator.h"
 #include "base/ThreadSlot.h"
+#include "tasks/AddressOrder.h"
 
 namespace ZKL::vTaskDetail {
 namespace {
 
 // How many records ahead of its use a record is fetched into the cache.
 constexpr std::uint32_t kPrefetchDistance = 4;
+
+// From so many stacks on (1.3 MB of records) the shared list no longer fits a core's cache, and the
+// order of its records matters.
+constexpr std::size_t kDeep = 256;
 
 void Push(vTaskRecordPool::Stack*& list, vTaskRecordPool::Stack* stack) {
     stack->below = list;
@@ -177,6 +183,7 @@ void vTaskRecordPool::Retire(Magazine& magazine) noexcept {
     const std::lock_guard guard(mutex_);
     for (Stack* const stack : {magazine.second, magazine.top}) {  // the older records first
         if (stack != nullptr) {
+            filledCount_ += stack->count == 0 ? 0 : 1;
             Push(stack->count == 0 ? spares_ : filled_, stack);
         }
     }
@@ -197,7 +204,11 @@ void vTaskRecordPool::Refill(Magazine& magazine) {
         return;
     }
     const std::lock_guard guard(mutex_);
+    if (filledCount_ >= kDeep && spilledSinceOrder_ >= filledCount_ / 2) {
+        OrderFilled();
+    }
     if (Stack* const filled = Pop(filled_)) {
+        --filledCount_;
         Push(spares_, std::exchange(magazine.top, filled));
     } else {
         magazine.top->records[0] = Carve();
@@ -211,8 +222,33 @@ void vTaskRecordPool::Spill(Magazine& magazine) {
         const std::lock_guard guard(mutex_);
         Stack* const empty = TakeSpare();
         Push(filled_, std::exchange(magazine.second, empty));
+        ++filledCount_;
+        ++spilledSinceOrder_;
     }
     std::swap(magazine.top, magazine.second);
+}
+
+// A graph of many nodes gives its records back in the order in which it was finished, and the next
+// one would be built all over memory. So a deep list is put in order, once for every time that half
+// of it was new, which costs a record some ten nanoseconds and saves several cache misses.
+void vTaskRecordPool::OrderFilled() noexcept {
+    spilledSinceOrder_ = 0;
+    const std::size_t room = filledCount_ * kMagazineSize;
+    const std::unique_ptr<void*[]> records(new (std::nothrow) void*[2 * room]);
+    if (!records) {
+        return;  // slower, not wrong
+    }
+    std::size_t count = 0;
+    for (const Stack* stack = filled_; stack != nullptr; stack = stack->below) {
+        std::copy_n(stack->records, stack->count, &records[count]);
+        count += stack->count;
+    }
+    OrderByAddress(records.get(), &records[room], count);
+    // The first stack is taken first and each from its end: the lowest addresses come first.
+    for (Stack* stack = filled_; stack != nullptr; stack = stack->below) {
+        count -= stack->count;
+        std::copy_n(&records[count], stack->count, stack->records);
+    }
 }
 
 vTaskRecordPool::Stack* vTaskRecordPool::TakeSpare() {

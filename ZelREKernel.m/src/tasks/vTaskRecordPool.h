@@ -6,7 +6,8 @@
 // Every thread keeps a few free records at hand (a magazine), so that the pool's mutex is needed
 // once in kMagazineSize operations. The order on one thread is that of a single free list: a
 // magazine holds the youngest records, and whole magazines go to the shared list and come back last
-// in, first out.
+// in, first out. Only a list of many thousand records is put in the order of memory now and then,
+// which holds the mutex for some ten nanoseconds a record.
 //
 // All operations may be called from any thread.
 
@@ -83,10 +84,14 @@ private:
     void Spill(Magazine& magazine);
     void* Carve();
     Stack* TakeSpare();
+    void OrderFilled() noexcept;
 
     const EKind kind_;
     mutable std::mutex mutex_;
-    Stack* filled_ = nullptr;  // stacks with records, the youngest first
+    Stack* filled_ =
+        nullptr;  // stacks with records, the youngest first until they are put in order
+    std::size_t filledCount_ = 0;
+    std::size_t spilledSinceOrder_ = 0;
     Stack* spares_ = nullptr;  // stacks without
     std::vector<Block*> blocks_;
     std::int64_t retiredLive_ = 0;
