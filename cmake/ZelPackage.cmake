@@ -1,0 +1,90 @@
+# What `cmake --install` lays down and what `cpack` wraps: two components, the library that programs
+# run with and what developers build with.
+
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+set(zel_cmake_dir "${CMAKE_INSTALL_LIBDIR}/cmake/ZelREKernel")
+set(zel_doc_dir "${CMAKE_INSTALL_DATADIR}/doc/${PROJECT_NAME}")
+
+install(TARGETS MekHost ZelREKernel EXPORT ZelREKernelTargets
+  RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT runtime
+  LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime NAMELINK_COMPONENT dev
+  ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT dev
+  INCLUDES DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
+# The kernel finds the host library beside itself, wherever the two are put.
+set_target_properties(ZelREKernel PROPERTIES INSTALL_RPATH "$ORIGIN")
+
+foreach(library IN ITEMS MekHost ZelREKernel)
+  install(DIRECTORY "${PROJECT_SOURCE_DIR}/${library}.m/include/"
+    DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT dev FILES_MATCHING PATTERN "*.h")
+  install(FILES "${PROJECT_BINARY_DIR}/${library}.m/include/${library}/${library}Export.h"
+    DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/${library}" COMPONENT dev)
+endforeach()
+
+install(EXPORT ZelREKernelTargets NAMESPACE ZelREKernel::
+  DESTINATION "${zel_cmake_dir}" COMPONENT dev)
+configure_package_config_file("${CMAKE_CURRENT_LIST_DIR}/package/ZelREKernelConfig.cmake.in"
+  "${PROJECT_BINARY_DIR}/package/ZelREKernelConfig.cmake" INSTALL_DESTINATION "${zel_cmake_dir}")
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/package/ZelREKernelConfigVersion.cmake"
+  COMPATIBILITY SameMinorVersion)
+install(FILES
+  "${PROJECT_BINARY_DIR}/package/ZelREKernelConfig.cmake"
+  "${PROJECT_BINARY_DIR}/package/ZelREKernelConfigVersion.cmake"
+  DESTINATION "${zel_cmake_dir}" COMPONENT dev)
+
+# Relative to the file itself, so that an unpacked archive works where it lies.
+file(RELATIVE_PATH ZEL_PC_TO_PREFIX
+  "/prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/prefix")
+configure_file("${CMAKE_CURRENT_LIST_DIR}/package/ZelREKernel.pc.in"
+  "${PROJECT_BINARY_DIR}/package/ZelREKernel.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/package/ZelREKernel.pc"
+  DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT dev)
+
+# The time of the last commit or SOURCE_DATE_EPOCH, so that the same sources give the same file.
+if(DEFINED ENV{SOURCE_DATE_EPOCH})
+  set(zel_epoch "$ENV{SOURCE_DATE_EPOCH}")
+else()
+  execute_process(COMMAND git -c safe.directory=* log -1 --format=%ct
+    WORKING_DIRECTORY "${PROJECT_SOURCE_DIR}" OUTPUT_VARIABLE zel_epoch
+    OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET)
+  if(NOT zel_epoch)
+    set(zel_epoch 0)
+  endif()
+  set(ENV{SOURCE_DATE_EPOCH} "${zel_epoch}")
+endif()
+string(TIMESTAMP ZEL_BOM_CREATED "%Y-%m-%dT%H:%M:%SZ" UTC)
+configure_file("${CMAKE_CURRENT_LIST_DIR}/package/bom.spdx.json.in"
+  "${PROJECT_BINARY_DIR}/package/bom.spdx.json" @ONLY)
+install(FILES
+  "${PROJECT_SOURCE_DIR}/LICENSE" "${PROJECT_SOURCE_DIR}/CHANGELOG.md"
+  "${PROJECT_BINARY_DIR}/package/bom.spdx.json"
+  DESTINATION "${zel_doc_dir}" COMPONENT runtime)
+
+set(CPACK_PACKAGE_NAME "zelrekernel")
+set(CPACK_PACKAGE_VENDOR "the ZelREKernel authors")
+set(CPACK_PACKAGE_CONTACT "the ZelREKernel authors <noreply@localhost>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
+set(CPACK_RESOURCE_FILE_LICENSE "${PROJECT_SOURCE_DIR}/LICENSE")
+set(CPACK_PACKAGE_DIRECTORY "${PROJECT_BINARY_DIR}/packages")
+set(CPACK_STRIP_FILES ON)
+set(CPACK_COMPONENTS_ALL runtime dev)
+if(WIN32)
+  # One archive holds both: there is no package manager to join them.
+  set(CPACK_GENERATOR ZIP)
+  set(CPACK_ARCHIVE_COMPONENT_INSTALL ON)
+  set(CPACK_COMPONENTS_GROUPING ALL_COMPONENTS_IN_ONE)
+else()
+  set(CPACK_GENERATOR DEB)
+  set(CPACK_DEB_COMPONENT_INSTALL ON)
+  set(CPACK_PACKAGING_INSTALL_PREFIX "/usr")
+  set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${CMAKE_LIBRARY_OUTPUT_DIRECTORY}")
+  set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME "libzelrekernel0")
+  set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION "libs")
+  set(CPACK_DEBIAN_DEV_PACKAGE_NAME "libzelrekernel-dev")
+  set(CPACK_DEBIAN_DEV_PACKAGE_SECTION "libdevel")
+  set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libzelrekernel0 (= ${PROJECT_VERSION}), libtbb-dev")
+endif()
+include(CPack)
