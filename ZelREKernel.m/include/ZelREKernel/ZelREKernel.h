@@ -27,6 +27,7 @@
 #include "ZelREKernel/core/vSmartPtrLink.h"
 #include "ZelREKernel/core/vSmartPtrManager.h"
 #include "ZelREKernel/core/vSmartPtrObject.h"
+#include "ZelREKernel/json/vJSONObject.h"
 #include "ZelREKernel/memory/vAlignedAllocatorWrapper.h"
 #include "ZelREKernel/memory/vAllocatorSwitch.h"
 #include "ZelREKernel/memory/vPageAllocator.h"
