@@ -1,5 +1,5 @@
-# What `cmake --install` lays down and what `cpack` wraps: two components, the library that programs
-# run with and what developers build with.
+# What `cmake --install` lays down and what `cpack` wraps, in three components: the library that
+# programs run with, what developers build with, and the tools.
 
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
@@ -61,6 +61,15 @@ install(FILES
   "${PROJECT_BINARY_DIR}/package/bom.spdx.json"
   DESTINATION "${zel_doc_dir}" COMPONENT runtime)
 
+if(ZEL_BUILD_TOOLS)
+  install(TARGETS zkl-logview DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT tools)
+  # The tools find the libraries of their own tree wherever that is put.
+  set_target_properties(zkl-logview PROPERTIES
+    INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+  install(DIRECTORY "${PROJECT_SOURCE_DIR}/tools/man/"
+    DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT tools FILES_MATCHING PATTERN "*.1")
+endif()
+
 set(CPACK_PACKAGE_NAME "zelrekernel")
 set(CPACK_PACKAGE_VENDOR "the ZelREKernel authors")
 set(CPACK_PACKAGE_CONTACT "the ZelREKernel authors <noreply@localhost>")
@@ -68,7 +77,7 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
 set(CPACK_RESOURCE_FILE_LICENSE "${PROJECT_SOURCE_DIR}/LICENSE")
 set(CPACK_PACKAGE_DIRECTORY "${PROJECT_BINARY_DIR}/packages")
 set(CPACK_STRIP_FILES ON)
-set(CPACK_COMPONENTS_ALL runtime dev)
+set(CPACK_COMPONENTS_ALL runtime dev tools)
 if(WIN32)
   # One archive holds both: there is no package manager to join them.
   set(CPACK_GENERATOR ZIP)
@@ -86,5 +95,7 @@ else()
   set(CPACK_DEBIAN_DEV_PACKAGE_NAME "libzelrekernel-dev")
   set(CPACK_DEBIAN_DEV_PACKAGE_SECTION "libdevel")
   set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libzelrekernel0 (= ${PROJECT_VERSION}), libtbb-dev")
+  set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME "zelrekernel-tools")
+  set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION "devel")
 endif()
 include(CPack)

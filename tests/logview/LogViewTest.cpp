@@ -1,0 +1,138 @@
+#include <MekHost/MekHost.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <thread>
+
+#include "LineFilter.h"
+#include "LineStream.h"
+#include "Options.h"
+#include "Viewer.h"
+#include "support/TempDir.h"
+
+namespace {
+
+using logview::Options;
+
+TEST(LogView, ReadsItsCommandLine) {
+    const struct {
+        std::vector<const char*> arguments;
+        logview::ParseResult result;
+        const char* error;
+    } cases[] = {
+        {{"--level", "error", "--port", "65535", "10.0.0.1"}, logview::ParseResult::Run, ""},
+        {{"--once", "-h"}, logview::ParseResult::Help, ""},
+        {{"--port", "0"}, logview::ParseResult::Bad, "--port needs a number from 1 to 65535"},
+        {{"--port", "80x"}, logview::ParseResult::Bad, "--port needs a number from 1 to 65535"},
+        {{"--level", "ERR"},
+         logview::ParseResult::Bad,
+         "--level needs DEBUG, WARNING, PROFILING, INFO, ERROR or RELEASE"},
+        {{"--wait"}, logview::ParseResult::Bad, "--wait needs a number of seconds"},
+        {{"--colour", "red"}, logview::ParseResult::Bad, "--colour needs auto, always or never"},
+        {{"--color"}, logview::ParseResult::Bad, "unknown argument --color"},
+        {{"a", "b"}, logview::ParseResult::Bad, "unknown argument b"},
+    };
+    for (const auto& c : cases) {
+        std::vector<const char*> argv = {"zkl-logview"};
+        argv.insert(argv.end(), c.arguments.begin(), c.arguments.end());
+        Options options;
+        std::string error;
+        EXPECT_EQ(logview::ParseOptions(static_cast<int>(argv.size()), argv.data(), options, error),
+                  c.result);
+        EXPECT_EQ(error, c.error);
+    }
+}
+
+// However the network cuts the bytes, the lines are the same; the mark ends a log only at its end.
+TEST(LogView, CutsLinesAtEveryPlace) {
+    const std::string sent = "[INFO]\t : a\nit said --KILL_SOCKET--\n\nlast --KILL_SOCKET--";
+    for (std::size_t step = 1; step <= sent.size(); ++step) {
+        logview::LineStream stream;
+        std::string lines;
+        for (std::size_t at = 0; at < sent.size(); at += step) {
+            for (const std::string_view line :
+                 stream.Push(std::string_view(sent).substr(at, step))) {
+                lines += std::string(line) + "|";
+            }
+        }
+        bool ended = false;
+        EXPECT_EQ(lines + stream.Finish(ended), "[INFO]\t : a|it said --KILL_SOCKET--||last ")
+            << step;
+        EXPECT_TRUE(ended);
+    }
+}
+
+TEST(LogView, ShowsWhatIsAskedFor) {
+    const char* const lines[] = {"before any message",
+                                 "[DEBUG]\t : small",
+                                 "its second line",
+                                 "[ERROR]\t : disk",
+                                 "full",
+                                 "[ERROR]\t : net",
+                                 "[NOLEVEL]\t : full",
+                                 "[RELEASE]\t : disk 2"};
+    const struct {
+        std::size_t level;
+        const char* text;
+        bool colour;
+        const char* shown;
+    } cases[] = {
+        {0, "small", false, "before any message\n[DEBUG]\t : small\nits second line\n"},
+        {4, "disk", false, "before any message\n[ERROR]\t : disk\nfull\n[RELEASE]\t : disk 2\n"},
+        {5, "", true, "before any message\n\033[1m[RELEASE]\t : disk 2\033[0m\n"},
+    };
+    for (const auto& c : cases) {
+        logview::LineFilter filter(c.level, c.text, c.colour);
+        std::string shown;
+        for (const char* line : lines) {
+            filter.Show(line, shown);
+        }
+        EXPECT_EQ(shown, c.shown);
+    }
+}
+
+// Plays the program whose log is followed: its connections end one after the other.
+TEST(LogView, ConnectsAgainUntilTheLogIsClosed) {
+    MekSocketConnector listener(0, 1, 2);
+    ASSERT_EQ(listener.Declare(), kMekOk);
+    std::thread program([&listener] {
+        for (const std::string_view text : {"one\ntw", "three\n--KILL_SOCKET--"}) {
+            MekSockets* client = nullptr;
+            ASSERT_EQ(listener.Select(60000), kMekOk);
+            ASSERT_EQ(listener.Accept(&client), kMekOk);
+            EXPECT_EQ(client->Send(text.data(), text.size()), kMekOk);
+            delete client;
+        }
+    });
+    Options options;
+    options.port = listener.GetPort();
+    const test::TempDir directory;
+    const auto open = [&directory](const char* name) {
+        return std::unique_ptr<std::FILE, int (*)(std::FILE*)>(
+            std::fopen(directory.File(name).c_str(), "wb"), std::fclose);
+    };
+    auto out = open("out");
+    auto news = open("news");
+    EXPECT_EQ(logview::View(options, false, out.get(), news.get()), logview::kClosed);
+    program.join();
+    listener.Close();
+
+    options.waitMs = 0;
+    EXPECT_EQ(logview::View(options, false, out.get(), news.get()), logview::kNoConnection);
+    options.address = "nowhere";
+    options.waitMs = -1;
+    EXPECT_EQ(logview::View(options, false, out.get(), news.get()), logview::kNoConnection);
+    out.reset();
+    news.reset();
+    EXPECT_EQ(test::ReadFile(directory.File("out")), "one\ntw\nthree\n");
+    const std::string port = std::to_string(options.port);
+    EXPECT_EQ(test::ReadFile(directory.File("news")),
+              "zkl-logview: connection lost, waiting\n"
+              "zkl-logview: no log at 127.0.0.1, port " +
+                  port +
+                  "\n"
+                  "zkl-logview: no log at nowhere, port " +
+                  port + "\n");
+}
+
+}  // namespace
