@@ -16,6 +16,7 @@ set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 
 if(WIN32)
   set(ZEL_PLATFORM windows)
+  set(CMAKE_SHARED_LIBRARY_PREFIX "")  # ZelREKernel.dll, as its users name it
 else()
   set(ZEL_PLATFORM linux)
 endif()
@@ -26,8 +27,14 @@ target_compile_options(ZelWarnings INTERFACE
   -Wformat=2 -Wundef -Wnon-virtual-dtor -Woverloaded-virtual)
 
 add_library(ZelSettings INTERFACE)
-# A unique symbol pins its library in the process; this library must be able to leave it.
-target_compile_options(ZelSettings INTERFACE -fno-gnu-unique)
+if(WIN32)
+  # Windows 10 and later; no macros called min and max.
+  target_compile_definitions(ZelSettings INTERFACE
+    _WIN32_WINNT=0x0A00 NOMINMAX WIN32_LEAN_AND_MEAN)
+else()
+  # A unique symbol pins its library in the process; this library must be able to leave it.
+  target_compile_options(ZelSettings INTERFACE -fno-gnu-unique)
+endif()
 if(ZEL_SANITIZE)
   target_compile_options(ZelSettings INTERFACE
     -fsanitize=${ZEL_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
