@@ -4,23 +4,13 @@
 #include <mutex>
 
 #include "MekHost/assertion/MekCheck.h"
-
-namespace {
-
-thread_local constinit char t_mark = 0;
-
-// Its address tells the living threads apart.
-const void* ThisThread() {
-    return &t_mark;
-}
-
-}  // namespace
+#include "common/NativeThread.h"
 
 struct MekMutex::Native {
     // Relaxed throughout: a thread looks only for its own mark, which no other thread stores.
-    bool IsMine() const { return owner.load(std::memory_order_relaxed) == ThisThread(); }
+    bool IsMine() const { return owner.load(std::memory_order_relaxed) == mek::ThisThread(); }
     void Enter() {
-        owner.store(ThisThread(), std::memory_order_relaxed);
+        owner.store(mek::ThisThread(), std::memory_order_relaxed);
         depth = 1;
     }
 

@@ -13,34 +13,30 @@ struct MekThreads::Native {
     mek::ThreadSettings settings;
     void* argument = nullptr;
     std::uintptr_t handle = 0;
-    bool isStarted = false;     // and not joined
+    bool isStarted = false;  // and not joined
+    // The thread that is inside Main, or null. Relaxed: a thread looks only for its own mark.
+    std::atomic<const void*> runner{nullptr};
+    bool* isDeleted = nullptr;  // Main's, to be told by a deletion from inside Run()
     std::int32_t returned = 0;  // by Run(), the thread's own until it is joined
     std::int32_t exitCode = 0;
 };
-
-namespace {
-
-// The object whose thread this is. Kept here because a thread may ask before the system has told
-// its creator the handle.
-thread_local constinit const void* t_self = nullptr;
-
-}  // namespace
 
 // Out of Run() no exception can go on: noexcept ends the process.
 void MekThreads::Native::Main(void* self) noexcept {
     auto* const thread = static_cast<MekThreads*>(self);
     Native* const native = thread->native_;
-    t_self = native;
+    bool isDeleted = false;
+    native->isDeleted = &isDeleted;
+    native->runner.store(mek::ThisThread(), std::memory_order_relaxed);
     const std::int32_t returned = thread->Run();
-    // A thread object that was deleted by its own thread cleared the mark.
-    if (t_self) {
+    if (!isDeleted) {
         native->returned = returned;
-        t_self = nullptr;
+        native->runner.store(nullptr, std::memory_order_relaxed);
     }
 }
 
 bool MekThreads::Native::IsThisThread() const {
-    return t_self == this;
+    return runner.load(std::memory_order_relaxed) == mek::ThisThread();
 }
 
 MekThreads::MekThreads(const char* name, void* argument, int processor, std::size_t stackBytes,
@@ -55,7 +51,7 @@ MekThreads::~MekThreads() {
         CheckFailure__("a MekThreads is destroyed before it was joined", __FILE__, __LINE__);
         if (native_->IsThisThread()) {
             mek::DetachThread(native_->handle);
-            t_self = nullptr;
+            *native_->isDeleted = true;
         } else {
             Join();
         }

@@ -21,4 +21,7 @@ std::int32_t StartThread(const ThreadSettings& settings, void (*entry)(void*), v
 void JoinThread(std::uintptr_t handle);
 void DetachThread(std::uintptr_t handle);
 
+// A mark that tells the living threads apart.
+const void* ThisThread();
+
 }  // namespace mek

@@ -33,6 +33,8 @@ std::string ShortName(const std::string& name) {
     return name.substr(0, size);
 }
 
+thread_local constinit char t_mark = 0;
+
 void* Main(void* argument) {
     const std::unique_ptr<Start> start(static_cast<Start*>(argument));
     if (!start->name.empty()) {
@@ -119,6 +121,10 @@ void JoinThread(std::uintptr_t handle) {
 
 void DetachThread(std::uintptr_t handle) {
     pthread_detach(handle);
+}
+
+const void* ThisThread() {
+    return &t_mark;
 }
 
 }  // namespace mek
