@@ -2,6 +2,8 @@
 
 // Every public header of the kernel library.
 
+#include "ZelREKernel/asyncio/vCacheData.h"
+#include "ZelREKernel/asyncio/vDataCacheManager.h"
 #include "ZelREKernel/base/MurmurHash3.h"
 #include "ZelREKernel/base/vAllocator.h"
 #include "ZelREKernel/base/vMainThread.h"
@@ -12,6 +14,7 @@
 #include "ZelREKernel/base/vSmallVector.h"
 #include "ZelREKernel/base/vTimer.h"
 #include "ZelREKernel/core/vCPUInfos.h"
+#include "ZelREKernel/core/vControlVar.h"
 #include "ZelREKernel/core/vKernelModule.h"
 #include "ZelREKernel/core/vLifeCycleManager.h"
 #include "ZelREKernel/core/vLifeCycleModule.h"
@@ -27,6 +30,8 @@
 #include "ZelREKernel/core/vSmartPtrLink.h"
 #include "ZelREKernel/core/vSmartPtrManager.h"
 #include "ZelREKernel/core/vSmartPtrObject.h"
+#include "ZelREKernel/diagnostics/vDynamicLoader.h"
+#include "ZelREKernel/diagnostics/vProcessLauncher.h"
 #include "ZelREKernel/json/vJSONObject.h"
 #include "ZelREKernel/memory/vAlignedAllocatorWrapper.h"
 #include "ZelREKernel/memory/vAllocatorSwitch.h"
@@ -40,6 +45,7 @@
 #include "ZelREKernel/profiling/vTraceRecord.h"
 #include "ZelREKernel/profiling/vZeloProfilerUtil.h"
 #include "ZelREKernel/tasks/vJobQueue.h"
+#include "ZelREKernel/tasks/vParallelMemCpy.h"
 #include "ZelREKernel/tasks/vPooledTask.h"
 #include "ZelREKernel/tasks/vSynchroNode.h"
 #include "ZelREKernel/tasks/vTaskManager.h"

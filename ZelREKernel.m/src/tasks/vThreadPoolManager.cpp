@@ -7,7 +7,7 @@
 #include <thread>
 
 #include "ZelREKernel/core/vCPUInfos.h"
-#include "tasks/NativeLibrary.h"
+#include "base/NativeLibrary.h"
 
 namespace ZKL {
 namespace {
