@@ -31,7 +31,7 @@ TEST(vDynamicLoader, NameWithoutADotGetsTheSuffixAndTheLibraryGoesWithItsLastLoa
             vDynamicLoader second(std::move(first));
             first = vDynamicLoader(directory.File(name), true);
             second = std::move(first);
-            EXPECT_FALSE(first.IsLoaded());
+            EXPECT_FALSE(first.IsLoaded());  // NOLINT(bugprone-use-after-move): it says so
             EXPECT_EQ(CountCalls(second), 2);
         }
     }

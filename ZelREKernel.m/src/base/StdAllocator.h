@@ -14,6 +14,8 @@ namespace ZKL {
 template <typename T>
 struct StdAllocator {
     using value_type = T;
+    // NOLINTNEXTLINE(bugprone-sizeof-expression): the elements may well be pointers
+    static constexpr std::size_t kSize = sizeof(T);
 
     constexpr StdAllocator() noexcept = default;
     template <typename U>
@@ -22,9 +24,9 @@ struct StdAllocator {
     // Throws std::bad_alloc; so for 4 GiB and more, which one block cannot have.
     T* allocate(std::size_t count) {
         void* block = nullptr;
-        if (count <= std::numeric_limits<std::uint32_t>::max() / sizeof(T)) {
-            block = DefaultAllocator()->Allocate(static_cast<std::uint32_t>(count * sizeof(T)),
-                                                 alignof(T));
+        if (count <= std::numeric_limits<std::uint32_t>::max() / kSize) {
+            block =
+                DefaultAllocator()->Allocate(static_cast<std::uint32_t>(count * kSize), alignof(T));
         }
         if (!block) {
             throw std::bad_alloc();
