@@ -1,5 +1,5 @@
 // A copy by ParallelMemCpy beside memcpy, from one byte to far more than caches hold. Below 8 MiB
-// the two are the same; from there on ours uses the arena's threads, from 32 MiB also stores that
+// the two are the same; from there on ours uses the arena's threads, from 16 MiB also stores that
 // pass the cache.
 
 #include "ZelREKernel/tasks/vParallelMemCpy.h"

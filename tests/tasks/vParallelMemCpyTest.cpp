@@ -13,7 +13,7 @@
 namespace {
 
 constexpr std::size_t kGrain = 0x800000;
-constexpr std::size_t kStream = 4 * kGrain;
+constexpr std::size_t kStream = 2 * kGrain;
 constexpr std::size_t kMargin = 64;
 
 std::string RandomBytes(std::size_t size) {
@@ -26,14 +26,13 @@ std::string RandomBytes(std::size_t size) {
 }
 
 const std::string& Source() {
-    static const std::string s_bytes = RandomBytes(kStream + kGrain);
+    static const std::string s_bytes = RandomBytes(kStream + kGrain + kMargin);
     return s_bytes;
 }
 
 TEST(ParallelMemCpy, CopiesAllAndNothingElseAtEverySizeAndAlignment) {
-    for (const std::size_t size :
-         {std::size_t{0}, std::size_t{1}, kGrain - 1, kGrain, kGrain + 1, 2 * kGrain - 1,
-          2 * kGrain, 2 * kGrain + 1, kStream - 1, kStream, kStream + 1, kStream + 4097}) {
+    for (const std::size_t size : {std::size_t{0}, std::size_t{1}, kGrain - 1, kGrain, kGrain + 1,
+                                   kStream - 1, kStream, kStream + 1, kStream + kGrain}) {
         for (const auto& [to, from] : {std::pair{0, 0}, {1, 0}, {0, 1}, {63, 17}, {16, 8}}) {
             std::string copy(size + 2 * kMargin, '#');
             const std::size_t at = static_cast<std::size_t>(to);

@@ -16,7 +16,7 @@ constexpr unsigned int kAnyPool = 0xFFFFFFFF;
 constexpr std::size_t kCacheLine = 64;
 // From here on source and destination together are more than processors' caches hold. Below it a
 // copy through the cache is faster, and leaves the result there for whoever reads it next.
-constexpr std::size_t kStreamBytes = std::size_t{32} << 20;
+constexpr std::size_t kStreamBytes = std::size_t{16} << 20;
 
 using Slice = tbb::blocked_range<std::size_t>;
 
