@@ -53,6 +53,8 @@ TEST(InitAllocator, FollowsTheEnvironmentInEveryCombination) {
             }
         }
     }
+    SetVariable("ZelDisableAllocators", "0");
+    ZKL::InitAllocator();
 }
 
 // Runs in a process of its own, where nobody has asked for the main thread yet.

@@ -8,19 +8,16 @@
 #include <thread>
 #include <vector>
 
+#include "memory/FailingNew.h"
 #include "memory/RecordingAllocator.h"
 #include "memory/vDefaultPageAllocator.h"
 
-namespace {
-
-thread_local bool failNew = false;
-
-}  // namespace
+constinit thread_local bool test::failNew = false;
 
 // Replaced for the whole program, so that the bookkeeping of the page allocator can run out of
 // memory.
 void* operator new(std::size_t size) {
-    void* const p = failNew ? nullptr : std::malloc(size != 0 ? size : 1);
+    void* const p = test::failNew ? nullptr : std::malloc(size != 0 ? size : 1);
     if (p == nullptr) {
         throw std::bad_alloc();
     }
@@ -72,9 +69,9 @@ TEST(vDefaultPageAllocator, GivesAnOwnersBlocksBackTogether) {
         pages.FreePages(7);
         EXPECT_EQ(backing.live, 2);
 
-        failNew = true;
+        test::failNew = true;
         EXPECT_THROW(pages.AllocatePages(8, 1, 512), std::bad_alloc);
-        failNew = false;
+        test::failNew = false;
         EXPECT_EQ(backing.live, 2);
     }
     EXPECT_EQ(backing.live, 0);
