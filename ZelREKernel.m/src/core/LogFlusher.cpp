@@ -1,7 +1,10 @@
 #include "core/LogFlusher.h"
 
 #include <chrono>
-#include <memory>
+#include <mutex>
+#include <system_error>
+
+#include "MekHost/MekStatus.h"
 
 namespace ZKL {
 namespace {
@@ -12,41 +15,53 @@ constexpr std::chrono::microseconds kRoomPoll(200);
 
 }  // namespace
 
-constinit std::mutex LogFlusher::s_mutex;
+constinit vSlimLock LogFlusher::s_lock;
 constinit std::atomic<LogFlusher*> LogFlusher::s_flusher{nullptr};
 
+LogFlusher::LogFlusher()
+    : MekThreads("Zelo:LogFlusher", nullptr, -1, 0, 0), wake_(CreateMekEvent(0)) {}
+
 void LogFlusher::Start() {
-    const std::lock_guard guard(s_mutex);
+    const std::lock_guard guard(s_lock);
     if (s_flusher.load(std::memory_order_relaxed)) {
         return;
     }
-    auto flusher = std::make_unique<LogFlusher>();
-    flusher->thread_ = std::thread(&LogFlusher::Run, flusher.get());
+    std::unique_ptr<LogFlusher> flusher(new LogFlusher);
+    if (flusher->MekThreads::Start(0) != kMekOk) {
+        throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again));
+    }
     s_flusher.store(flusher.release(), std::memory_order_relaxed);
 }
 
 void LogFlusher::Stop() {
-    std::unique_lock lock(s_mutex);
-    LogFlusher* const flusher = s_flusher.load(std::memory_order_relaxed);
-    if (!flusher) {
-        return;
+    LogFlusher* flusher = nullptr;
+    {
+        const std::lock_guard guard(s_lock);
+        flusher = s_flusher.load(std::memory_order_relaxed);
+        if (!flusher) {
+            return;
+        }
+        flusher->stop_ = true;
+        flusher->wake_->Signal(0);
     }
-    flusher->stop_ = true;
-    lock.unlock();
-    flusher->wake_.notify_all();
-    flusher->thread_.join();
-    lock.lock();
-    s_flusher.store(nullptr, std::memory_order_relaxed);
-    lock.unlock();
+    if (flusher->Join() != kMekOk) {
+        throw std::system_error(std::make_error_code(std::errc::resource_deadlock_would_occur));
+    }
+    {
+        const std::lock_guard guard(s_lock);
+        s_flusher.store(nullptr, std::memory_order_relaxed);
+    }
+    // Empty, unless the process is ending and the system has ended the thread already.
+    flusher->queue_.WriteAll();
     delete flusher;
 }
 
 bool LogFlusher::Queue(std::string_view text, vLoggerOutput& output) {
-    // Relaxed: only a hint that spares the mutex; under the mutex the pointer is read again.
+    // Relaxed: only a hint that spares the mutex; under the lock the pointer is read again.
     if (!s_flusher.load(std::memory_order_relaxed)) {
         return false;
     }
-    std::unique_lock lock(s_mutex);
+    std::unique_lock lock(s_lock);
     for (;;) {
         LogFlusher* const flusher = s_flusher.load(std::memory_order_relaxed);
         if (!flusher) {
@@ -57,13 +72,13 @@ bool LogFlusher::Queue(std::string_view text, vLoggerOutput& output) {
         }
         // An output that logs on the flusher's own thread would wait for itself.
         if (flusher->queue_.GetBytes() < kMaxQueuedBytes ||
-            flusher->thread_.get_id() == std::this_thread::get_id()) {
+            flusher->id_ == std::this_thread::get_id()) {
             flusher->queue_.Append(text, output);
             const bool wake = flusher->waiting_;
             flusher->waiting_ = false;
-            // Signalled under the mutex, since Stop may free the flusher once it is released.
+            // Signalled under the lock, since Stop may free the flusher once it is released.
             if (wake) {
-                flusher->wake_.notify_one();
+                flusher->wake_->Signal(0);
             }
             return true;
         }
@@ -73,16 +88,20 @@ bool LogFlusher::Queue(std::string_view text, vLoggerOutput& output) {
     }
 }
 
-void LogFlusher::Run() {
+std::int32_t LogFlusher::Run() {
     LogQueue batch;
-    std::unique_lock lock(s_mutex);
+    std::unique_lock lock(s_lock);
+    id_ = std::this_thread::get_id();
     for (;;) {
         while (queue_.IsEmpty()) {
             if (stop_) {
-                return;
+                return kMekOk;
             }
             waiting_ = true;
-            wake_.wait(lock);
+            wake_->Reset();
+            lock.unlock();
+            WaitForSingleEvent(wake_.get(), -1);
+            lock.lock();
         }
         waiting_ = false;
         queue_.Swap(batch);

@@ -3,23 +3,26 @@
 // The background thread that writes what the asynchronous loggers flush. One per process at most.
 //
 // Start and Stop are for the main thread; Queue is safe from any thread, also while the flusher is
-// started or stopped. A logger's lock is taken before the flusher's mutex, never the reverse.
+// started or stopped. A logger's lock is taken before the flusher's, never the reverse.
 //
-// The mutex guards the queue alone. The thread takes the whole queue and writes it unlocked, so
+// The lock guards the queue alone. The thread takes the whole queue and writes it unlocked, so
 // that a slow output holds up no thread that logs; order, and what stop writes and drops, are the
-// same as if the mutex were held.
+// same as if the lock were held.
 
 #include <atomic>
-#include <condition_variable>
-#include <mutex>
+#include <cstdint>
+#include <memory>
 #include <string_view>
 #include <thread>
 
+#include "MekHost/system/MekEvent.h"
+#include "MekHost/system/MekThreads.h"
+#include "ZelREKernel/base/vSlimLock.h"
 #include "core/LogQueue.h"
 
 namespace ZKL {
 
-class LogFlusher {
+class LogFlusher final : public MekThreads {
 public:
     // Starts the thread unless it runs. Throws std::system_error or std::bad_alloc, with no flusher
     // left behind.
@@ -32,16 +35,18 @@ public:
     static bool Queue(std::string_view text, vLoggerOutput& output);
 
 private:
-    void Run();
+    LogFlusher();
+
+    std::int32_t Run() override;
 
     // Outside the object: a thread that is about to queue may find that the flusher is just gone.
-    static std::mutex s_mutex;
-    static std::atomic<LogFlusher*> s_flusher;  // written under the mutex
+    static vSlimLock s_lock;
+    static std::atomic<LogFlusher*> s_flusher;  // written under the lock
 
     bool stop_ = false;
     bool waiting_ = false;  // the thread sleeps until it is signalled
-    std::thread thread_;
-    std::condition_variable wake_;
+    std::thread::id id_;    // of the thread
+    std::unique_ptr<MekEvent> wake_;
     LogQueue queue_;
 };
 

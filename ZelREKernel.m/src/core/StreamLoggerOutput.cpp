@@ -4,6 +4,7 @@
 #include <set>
 
 #include "core/DebuggerAttached.h"
+#include "core/NativeFile.h"
 
 namespace ZKL {
 namespace {
@@ -20,12 +21,7 @@ struct OpenedFiles {
 std::FILE* OpenLogFile(const std::string& path) {
     const std::lock_guard guard(s_openedFiles.mutex);
     const auto [name, isNew] = s_openedFiles.names.insert(path);
-    std::FILE* file = std::fopen(path.c_str(), isNew ? "w+" : "a");
-    if (file && isNew) {
-        // Started afresh, it goes on appending as well: two outputs that each keep a place of their
-        // own in one file would write over each other's lines.
-        file = std::freopen(path.c_str(), "a", file);
-    }
+    std::FILE* const file = OpenToAppend(path, isNew);
     if (!file && isNew) {
         s_openedFiles.names.erase(name);
     }

@@ -23,7 +23,7 @@ ProfilerState& ProfilerState::Get() {
 ProfilerState::ProfilerState() : slot_([](void* records) { _OnThreadExit(records); }) {}
 
 ProfilerState::~ProfilerState() {
-    CurrentThread::records = nullptr;
+    CurrentThread::Records::Set(nullptr);
     while (ThreadRecords* records = firstRecords_) {
         firstRecords_ = records->nextInRegistry;
         ThreadRecords::Delete(records);
@@ -53,7 +53,7 @@ ThreadRecords* ProfilerState::Adopt(std::uint32_t threadIndex) noexcept {
 }
 
 void ProfilerState::_OnThreadExit(void* records) noexcept {
-    CurrentThread::records = nullptr;
+    CurrentThread::Records::Set(nullptr);
     const std::lock_guard guard(Get().registryLock_);
     static_cast<ThreadRecords*>(records)->hasOwner = false;
 }

@@ -9,9 +9,6 @@
 
 namespace ZKL {
 
-constinit thread_local ThreadRecords* CurrentThread::records = nullptr;
-constinit thread_local std::uint32_t CurrentThread::indexPlusOne = 0;
-
 constinit std::atomic<bool> vProfiler::s_isEnabled{false};
 
 namespace {
@@ -20,12 +17,13 @@ constinit std::atomic<std::uint32_t> s_threadCount{0};
 constinit std::atomic<std::uint32_t> s_flowCount{0};
 
 ThreadRecords* AdoptRecords() noexcept {
-    CurrentThread::records = ProfilerState::Get().Adopt(vProfiler::GetThreadIndex());
-    return CurrentThread::records;
+    ThreadRecords* const records = ProfilerState::Get().Adopt(vProfiler::GetThreadIndex());
+    CurrentThread::Records::Set(records);
+    return records;
 }
 
 inline ThreadRecords* GetRecords() noexcept {
-    ThreadRecords* records = CurrentThread::records;
+    ThreadRecords* records = CurrentThread::Records::Get();
     return records ? records : AdoptRecords();
 }
 
@@ -228,11 +226,13 @@ void vProfiler::EndScope(std::uint32_t nameId, std::uint32_t categoryId) noexcep
 }
 
 std::uint32_t vProfiler::GetThreadIndex() noexcept {
-    if (CurrentThread::indexPlusOne == 0) {
+    std::uint32_t indexPlusOne = CurrentThread::IndexPlusOne::Get();
+    if (indexPlusOne == 0) {
         // Relaxed: only the number matters.
-        CurrentThread::indexPlusOne = s_threadCount.fetch_add(1, std::memory_order_relaxed) + 1;
+        indexPlusOne = s_threadCount.fetch_add(1, std::memory_order_relaxed) + 1;
+        CurrentThread::IndexPlusOne::Set(indexPlusOne);
     }
-    return CurrentThread::indexPlusOne - 1;
+    return indexPlusOne - 1;
 }
 
 std::uint32_t vProfiler::NextFlowId() noexcept {

@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <mutex>
 #include <new>
 #include <utility>
 
+#include "PerThread.h"
 #include "ZelREKernel/base/vMallocAllocator.h"
 #include "base/ThreadSlot.h"
 #include "tasks/AddressOrder.h"
@@ -37,7 +39,7 @@ struct ThreadCache {
 };
 
 // The hottest pointer of this library: a task node and its job pass here four times.
-__attribute__((tls_model("initial-exec"))) constinit thread_local ThreadCache* t_cache = nullptr;
+using OwnCache = PerThread<struct CacheTag, ThreadCache*>;
 
 // The two pools and every thread's magazines. Ready before any constructor runs; the end of the
 // library frees it all, magazines of threads that live on included.
@@ -51,7 +53,7 @@ struct Records {
 
     vTaskRecordPool nodes{vTaskRecordPool::eNodes};
     vTaskRecordPool jobs{vTaskRecordPool::eJobs};
-    std::mutex mutex;  // taken before a pool's
+    vSlimLock lock;  // taken before a pool's
     ThreadCache* threads = nullptr;
     std::unique_ptr<ThreadSlot> slot;
 };
@@ -67,12 +69,12 @@ Records::~Records() {
     while (threads != nullptr) {
         delete std::exchange(threads, threads->next);
     }
-    t_cache = nullptr;
+    OwnCache::Set(nullptr);
 }
 
 ThreadCache* Records::AddThread() {
     auto cache = std::make_unique<ThreadCache>();
-    const std::lock_guard guard(mutex);
+    const std::lock_guard guard(lock);
     if (!slot) {
         slot = std::make_unique<ThreadSlot>(
             [](void* value) { g_records.RemoveThread(static_cast<ThreadCache*>(value)); });
@@ -97,8 +99,8 @@ ThreadCache* Records::AddThread() {
 }
 
 void Records::RemoveThread(ThreadCache* cache) noexcept {
-    t_cache = nullptr;
-    const std::lock_guard guard(mutex);
+    OwnCache::Set(nullptr);
+    const std::lock_guard guard(lock);
     nodes.Retire(cache->magazines[vTaskRecordPool::eNodes]);
     jobs.Retire(cache->magazines[vTaskRecordPool::eJobs]);
     (cache->previous != nullptr ? cache->previous->next : threads) = cache->next;
@@ -162,8 +164,8 @@ void vTaskRecordPool::Give(void* record) noexcept {
 }
 
 vTaskRecordCounts vTaskRecordPool::Count() const {
-    const std::lock_guard threads(g_records.mutex);
-    const std::lock_guard guard(mutex_);
+    const std::lock_guard threads(g_records.lock);
+    const std::lock_guard guard(lock_);
     vTaskRecordCounts counts;
     counts.blocks = blocks_.size();
     for (const Block* const block : blocks_) {
@@ -174,13 +176,13 @@ vTaskRecordCounts vTaskRecordPool::Count() const {
 }
 
 void vTaskRecordPool::Equip(Magazine& magazine) {
-    const std::lock_guard guard(mutex_);
+    const std::lock_guard guard(lock_);
     magazine.top = TakeSpare();
     magazine.second = TakeSpare();
 }
 
 void vTaskRecordPool::Retire(Magazine& magazine) noexcept {
-    const std::lock_guard guard(mutex_);
+    const std::lock_guard guard(lock_);
     for (Stack* const stack : {magazine.second, magazine.top}) {  // the older records first
         if (stack != nullptr) {
             filledCount_ += stack->count == 0 ? 0 : 1;
@@ -191,10 +193,12 @@ void vTaskRecordPool::Retire(Magazine& magazine) noexcept {
 }
 
 vTaskRecordPool::Magazine& vTaskRecordPool::Own() {
-    if (t_cache == nullptr) [[unlikely]] {
-        t_cache = g_records.AddThread();
+    ThreadCache* cache = OwnCache::Get();
+    if (cache == nullptr) [[unlikely]] {
+        cache = g_records.AddThread();
+        OwnCache::Set(cache);
     }
-    return t_cache->magazines[kind_];
+    return cache->magazines[kind_];
 }
 
 // Puts at least one record into an empty magazine.
@@ -203,7 +207,7 @@ void vTaskRecordPool::Refill(Magazine& magazine) {
         std::swap(magazine.top, magazine.second);
         return;
     }
-    const std::lock_guard guard(mutex_);
+    const std::lock_guard guard(lock_);
     if (filledCount_ >= kDeep && spilledSinceOrder_ >= filledCount_ / 2) {
         OrderFilled();
     }
@@ -219,7 +223,7 @@ void vTaskRecordPool::Refill(Magazine& magazine) {
 // Makes room in a magazine whose top is full.
 void vTaskRecordPool::Spill(Magazine& magazine) {
     if (magazine.second->count != 0) {
-        const std::lock_guard guard(mutex_);
+        const std::lock_guard guard(lock_);
         Stack* const empty = TakeSpare();
         Push(filled_, std::exchange(magazine.second, empty));
         ++filledCount_;

@@ -3,20 +3,20 @@
 // Fixed-size records for task nodes and jobs: taken and given back last in, first out, in blocks of
 // 16 that stay with the pool until the library is unloaded.
 //
-// Every thread keeps a few free records at hand (a magazine), so that the pool's mutex is needed
+// Every thread keeps a few free records at hand (a magazine), so that the pool's lock is needed
 // once in kMagazineSize operations. The order on one thread is that of a single free list: a
 // magazine holds the youngest records, and whole magazines go to the shared list and come back last
 // in, first out. Only a list of many thousand records is put in the order of memory now and then,
-// which holds the mutex for some ten nanoseconds a record.
+// which holds the lock for some ten nanoseconds a record.
 //
 // All operations may be called from any thread.
 
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
 #include <vector>
 
+#include "ZelREKernel/base/vSlimLock.h"
 #include "ZelREKernel/tasks/vTaskRecord.h"
 #include "ZelREKernel/tasks/vTaskRecordCounts.h"
 
@@ -60,9 +60,9 @@ public:
     static vTaskRecordPool& Nodes() noexcept;
     static vTaskRecordPool& Jobs() noexcept;
 
-    // An uninitialised record. Throws std::bad_alloc, or std::system_error when the mutex fails.
+    // An uninitialised record. Throws std::bad_alloc.
     void* Take();
-    // Ends the process when the mutex fails, or when the heap has no room for the list of records.
+    // Ends the process when the heap has no room for the list of records.
     void Give(void* record) noexcept;
 
     vTaskRecordCounts Count() const;
@@ -87,7 +87,7 @@ private:
     void OrderFilled() noexcept;
 
     const EKind kind_;
-    mutable std::mutex mutex_;
+    mutable vSlimLock lock_;
     Stack* filled_ =
         nullptr;  // stacks with records, the youngest first until they are put in order
     std::size_t filledCount_ = 0;

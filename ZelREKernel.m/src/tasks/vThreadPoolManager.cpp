@@ -23,7 +23,8 @@ int MaximumConcurrency() {
 struct Arena {
     // A thread that ever entered an arena runs a clean-up of oneTBB's when it ends, which may be
     // after this library, and with it the last user of oneTBB, is unloaded.
-    Arena() { KeepLibraryLoaded(reinterpret_cast<const void*>(&TBB_runtime_interface_version)); }
+    // The text stands in oneTBB; a function's address may be that of a jump in this library.
+    Arena() { KeepLibraryLoaded(TBB_runtime_version()); }
     // oneTBB's own threads leave an arena when they get to it. Waiting for them keeps them from
     // returning through code that is no longer there.
     ~Arena() {

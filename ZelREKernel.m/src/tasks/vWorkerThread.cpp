@@ -6,6 +6,7 @@
 #include <system_error>
 #include <utility>
 
+#include "PerThread.h"
 #include "ZelREKernel/tasks/vThreadUtils.h"
 #include "tasks/SpinBriefly.h"
 #include "tasks/vWorkerPool.h"
@@ -17,8 +18,7 @@ using vTaskDetail::vPooledTask;
 using vTaskDetail::vWorkerPool;
 
 // The worker whose dedicated thread this is.
-__attribute__((tls_model("initial-exec"))) constinit thread_local const vWorkerThread* t_worker =
-    nullptr;
+using CurrentWorker = PerThread<struct WorkerTag, const vWorkerThread*>;
 
 }  // namespace
 
@@ -123,7 +123,7 @@ void vWorkerThread::WaitForPendingTasks() {
 }
 
 bool vWorkerThread::IsInThread() const noexcept {
-    return t_worker == this;
+    return CurrentWorker::Get() == this;
 }
 
 void vWorkerThread::SetManualRun() noexcept {}
@@ -131,14 +131,14 @@ void vWorkerThread::SetManualRun() noexcept {}
 void vWorkerThread::ManualRun() noexcept {}
 
 void vWorkerThread::RunLoop() noexcept {
-    t_worker = this;
+    CurrentWorker::Set(this);
     while (!stopRequested_.load(std::memory_order_acquire)) {
         if (!taken_.IsEmpty() || FetchJobs()) {
             RunFirst();
         }
     }
     DrainAfterStop();
-    t_worker = nullptr;
+    CurrentWorker::Set(nullptr);
 }
 
 // Runs the first of the taken jobs; destroying it may launch nodes on this thread.
