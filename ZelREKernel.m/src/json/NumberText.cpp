@@ -27,10 +27,13 @@ int Magnitude(double number) noexcept {
     return number >= kPowersOfTen[guess + 1] ? guess + 1 : guess;
 }
 
+// The digits stay in registers until all is in place: reading back what was just written in other
+// pieces would wait for the memory.
 struct Decimal {
-    char digits[16];  // without zeros at the end; what is behind them is '0'
-    int count;        // of digits
-    int magnitude;    // power of ten of the first one
+    std::uint64_t front;  // the first eight as text, the first one in the lowest byte
+    std::uint64_t back;   // the other seven
+    int count;            // without zeros at the end
+    int magnitude;        // power of ten of the first digit
 };
 
 // The number as a decimal of at most 15 digits, if there is one that reads back as the same number.
@@ -44,22 +47,32 @@ bool ShortDecimal(double number, Decimal& decimal) noexcept {
     const int magnitude = Magnitude(number);
     const double power = kPowersOfTen[kDigits - 1 - magnitude];
     // NOLINTNEXTLINE(bugprone-incorrect-roundings): far from where adding a half goes wrong
-    const auto integer = static_cast<std::uint64_t>(number * power + 0.5);
+    const auto integer = static_cast<std::int64_t>(number * power + 0.5);
     if (integer >= 1'000'000'000'000'000 || integer < 100'000'000'000'000 ||
         static_cast<double>(integer) / power != number) {
         return false;
     }
-    const std::uint64_t high = EightDigits(static_cast<std::uint32_t>(integer / 100'000'000));
-    const std::uint64_t low = EightDigits(static_cast<std::uint32_t>(integer % 100'000'000));
-    const std::uint64_t textHigh = (high | kZeros) >> 8;  // the first of these eight is none
-    const std::uint64_t textLow = low | kZeros;
-    std::memcpy(decimal.digits, &textHigh, sizeof textHigh);
-    std::memcpy(decimal.digits + 7, &textLow, sizeof textLow);
-    decimal.digits[15] = '0';
+    const auto digits = static_cast<std::uint64_t>(integer);
+    const std::uint64_t high = EightDigits(static_cast<std::uint32_t>(digits / 100'000'000));
+    const std::uint64_t low = EightDigits(static_cast<std::uint32_t>(digits % 100'000'000));
+    // The first of the high eight digits is none.
+    decimal.front = kZeros | high >> 8 | low << 56;
+    decimal.back = kZeros | low >> 8;
     const int zeros = low != 0 ? std::countl_zero(low) / 8 : 8 + std::countl_zero(high) / 8;
     decimal.count = kDigits - zeros;
     decimal.magnitude = magnitude;
     return true;
+}
+
+void Store(char* out, std::uint64_t characters) noexcept {
+    std::memcpy(out, &characters, sizeof characters);
+}
+
+// A point behind the first `before` characters, of which there are 0 to 7; the eighth falls off.
+std::uint64_t InsertPoint(std::uint64_t characters, int before) noexcept {
+    const std::uint64_t place = std::uint64_t{1} << 8 * before;
+    const std::uint64_t whole = characters & (place - 1);
+    return whole | place * '.' | (characters ^ whole) << 8;
 }
 
 // Null when a notation with an exponent is shorter.
@@ -71,17 +84,23 @@ char* PutFixed(char* out, const Decimal& decimal) noexcept {
         if (length > exponentLength) {
             return nullptr;
         }
-        // NOLINTNEXTLINE(bugprone-not-null-terminated-result): no text here ends in a zero
-        std::memcpy(out, "0.00000", 7);
-        std::memcpy(out + 2 - before, decimal.digits, 16);
+        Store(out, InsertPoint(kZeros, 1));
+        Store(out + 2 - before, decimal.front);
+        Store(out + 10 - before, decimal.back);
         return out + length;
     }
-    std::memcpy(out, decimal.digits, 16);
     if (decimal.count <= before) {
+        Store(out, decimal.front);
+        Store(out + 8, decimal.back);
         return before <= exponentLength ? out + before : nullptr;
     }
-    out[before] = '.';
-    std::memcpy(out + before + 1, decimal.digits + before, sizeof decimal.digits - 1);
+    if (before < 8) {
+        Store(out, InsertPoint(decimal.front, before));
+        Store(out + 8, decimal.front >> 56 | decimal.back << 8);
+    } else {
+        Store(out, decimal.front);
+        Store(out + 8, InsertPoint(decimal.back, before - 8));
+    }
     return out + decimal.count + 1;
 }
 
@@ -101,7 +120,8 @@ char* PutDouble(char* out, double number) noexcept {
     Decimal decimal;
     if (size >= kSmallest && size < kLimit && ShortDecimal(size, decimal)) {
         *out = '-';
-        if (char* const end = PutFixed(out + (number < 0.0 ? 1 : 0), decimal)) {
+        if (char* const end =
+                PutFixed(out + (std::bit_cast<std::uint64_t>(number) >> 63), decimal)) {
             return end;
         }
     }

@@ -1,22 +1,11 @@
 #include "json/QuotedText.h"
 
-#include <emmintrin.h>
-
 #include <bit>
 #include <cstdint>
 #include <cstring>
 
 namespace ZelJSON {
 namespace {
-
-// One bit for each of 16 bytes that cannot be copied as it is.
-unsigned SpecialBytes(__m128i bytes) noexcept {
-    const __m128i control = _mm_cmpeq_epi8(_mm_min_epu8(bytes, _mm_set1_epi8(0x1F)), bytes);
-    const __m128i quote = _mm_cmpeq_epi8(bytes, _mm_set1_epi8('"'));
-    const __m128i backslash = _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\\'));
-    return static_cast<unsigned>(
-        _mm_movemask_epi8(_mm_or_si128(control, _mm_or_si128(quote, backslash))));
-}
 
 // Whether one of eight bytes is special. A byte below `n` borrows into its top bit when `n` is
 // subtracted, and bytes equal to another are zero after an exclusive or.

@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "json/QuotedText.h"
+
 namespace ZelJSON {
 
 class TextSink {
@@ -31,6 +33,15 @@ public:
 
     // The text between double quotes and escaped, of any length.
     void PutQuoted(const char* text, std::size_t length);
+
+    // The same for at most 15 bytes in a place of 16 that may all be read.
+    void PutShortQuoted(const char* text, std::size_t length) {
+        char* out = Room(EscapedRoom(15) + 2);
+        *out++ = '"';
+        out = PutShortEscaped(out, text, length);
+        *out++ = '"';
+        Advance(out);
+    }
 
     // Everything written. The sink is of no more use.
     std::string Take();

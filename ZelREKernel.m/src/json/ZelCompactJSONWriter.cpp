@@ -14,22 +14,27 @@ namespace {
 
 using namespace ZelJSON;
 
-// An array or object that is being written.
-struct Level {
-    explicit Level(const ZelJSONSlot& slot) noexcept {
-        if (slot.type == kObject) {
-            isObject = true;
-            members = ZelJSONMemberCursor(slot, false);
-        } else {
-            elements = ZelJSONElementCursor(slot, false);
-        }
-    }
+// The largest text but for strings, with a separator before it.
+constexpr std::size_t kScalarRoom = kNumberRoom + 1;
 
-    bool isObject = false;
-    bool first = true;
-    std::uint32_t index = 0;  // of the element that is due
-    ZelJSONElementCursor elements;
-    ZelJSONMemberCursor members;
+// An array or object that is being written. One that was extended after it was made is followed by
+// a cursor, any other by pointers into its run.
+struct Level {
+    enum Kind : std::uint8_t { Elements, Members, ExtendedElements, ExtendedMembers };
+
+    union {
+        const ZelJSONSlot* slot;
+        const Member* member;
+    };
+    union {
+        const ZelJSONSlot* lastSlot;
+        const Member* lastMember;
+    };
+    std::uint32_t index;  // of the extended element that is due
+    Kind kind;
+    char separator;  // a comma once something was written
+
+    bool IsObject() const noexcept { return kind == Members || kind == ExtendedMembers; }
 };
 
 class CompactText {
@@ -41,116 +46,194 @@ public:
     }
 
 private:
-    bool WriteWhole(const ZelJSONSlot& slot);
-    void WriteScalar(const ZelJSONSlot& slot);
-    void WritePlainArray(Container& array);
+    bool WriteWhole(const ZelJSONSlot& slot, char separator);
+    void PutString(const ZelJSONSlot& slot);
+    void PutName(std::string_view name, Level& level);
+    void PutName(const Key& key, Level& level);
+    Level Open(const ZelJSONSlot& container);
+    void Close(const Level& level);
     const ZelJSONSlot* WriteUpToContainer(Level& level);
+    const ZelJSONSlot* WriteUpToContainer(Level& level, ZelJSONElementCursor& cursor);
+    const ZelJSONSlot* WriteUpToContainer(Level& level, ZelJSONMemberCursor& cursor);
     void PutChar(char c) {
         char* const out = sink_.Room(1);
         *out = c;
         sink_.Advance(out + 1);
     }
-    void PutWord(std::string_view word) {
-        char* const out = sink_.Room(word.size());
-        std::memcpy(out, word.data(), word.size());
-        sink_.Advance(out + word.size());
-    }
-    void PutSeparator(Level& level) {
-        if (!std::exchange(level.first, false)) {
-            PutChar(',');
-        }
-    }
 
     TextSink sink_;
-    std::vector<Level> levels_;
+    std::vector<Level> outer_;
+    std::vector<ZelJSONElementCursor> elements_;  // of the extended levels, innermost last
+    std::vector<ZelJSONMemberCursor> members_;
 };
 
-// A number, a string, a boolean or null.
-void CompactText::WriteScalar(const ZelJSONSlot& slot) {
+char* PutWord(char* out, std::string_view word) {
+    std::memcpy(out, word.data(), word.size());
+    return out + word.size();
+}
+
+// Nothing for 0.
+char* PutSeparator(char* out, char separator) {
+    *out = separator;
+    return out + (separator != 0 ? 1 : 0);
+}
+
+// A number, a boolean or null, into kNumberRoom bytes.
+char* PutScalar(char* out, const ZelJSONSlot& slot) {
     const ZelJSONSlot::Payload& payload = slot.payload;
     switch (slot.type) {
         case kNull:
-            return PutWord("null");
+            return PutWord(out, "null");
         case kInt:
-            return sink_.Advance(PutSigned(sink_.Room(kNumberRoom), payload.intNumber));
+            return PutSigned(out, payload.intNumber);
         case kUInt:
-            return sink_.Advance(PutUnsigned(sink_.Room(kNumberRoom), payload.uintNumber));
+            return PutUnsigned(out, payload.uintNumber);
         case kLongLong:
-            return sink_.Advance(PutSigned(sink_.Room(kNumberRoom), payload.longLongNumber));
+            return PutSigned(out, payload.longLongNumber);
         case kULongLong:
-            return sink_.Advance(PutUnsigned(sink_.Room(kNumberRoom), payload.ulongLongNumber));
+            return PutUnsigned(out, payload.ulongLongNumber);
         case kFloat:
-            return sink_.Advance(
-                PutDouble(sink_.Room(kNumberRoom), static_cast<double>(payload.floatNumber)));
+            return PutDouble(out, static_cast<double>(payload.floatNumber));
         case kDouble:
-            return sink_.Advance(PutDouble(sink_.Room(kNumberRoom), payload.doubleNumber));
-        case kString: {
-            const std::string_view text = ViewOf(slot);
-            return sink_.PutQuoted(text.data(), text.size());
-        }
+            return PutDouble(out, payload.doubleNumber);
         case kBoolean:
-            return PutWord(payload.boolean ? "true" : "false");
+            return payload.boolean ? PutWord(out, "true") : PutWord(out, "false");
         default:
-            return;
+            return out;
     }
 }
 
-void CompactText::WritePlainArray(Container& array) {
-    PutChar('[');
-    const ZelJSONSlot* const end = array.Slots() + array.count;
-    for (const ZelJSONSlot* slot = array.Slots(); slot != end; ++slot) {
-        WriteScalar(*slot);
-        PutChar(',');
+void CompactText::PutString(const ZelJSONSlot& slot) {
+    const std::string_view text = ViewOf(slot);
+    if (IsInline(slot)) {
+        sink_.PutShortQuoted(text.data(), text.size());
+    } else {
+        sink_.PutQuoted(text.data(), text.size());
     }
-    // In place of the last comma.
-    sink_.Advance(sink_.Room(0) - 1);
-    PutChar(']');
 }
 
-// False, and nothing is written, for a container whose contents need a level.
-bool CompactText::WriteWhole(const ZelJSONSlot& slot) {
-    if (slot.type != kArray && slot.type != kObject) {
-        WriteScalar(slot);
-        return true;
-    }
-    Container* const container = ContainerOf(slot);
-    if (container == nullptr) {
-        PutWord(slot.type == kArray ? "[]" : "{}");
-        return true;
-    }
-    if (slot.type == kArray && container->Has(Container::kPlain) && container->count != 0 &&
-        !container->Has(Container::kExtended)) {
-        WritePlainArray(*container);
-        return true;
-    }
-    return false;
-}
-
-// Goes on until a container needs a level, which is returned, or to the end, which is null.
-const ZelJSONSlot* CompactText::WriteUpToContainer(Level& level) {
-    if (level.isObject) {
-        while (!level.members.AtEnd()) {
-            PutSeparator(level);
-            const std::string_view name = level.members.Name();
-            sink_.PutQuoted(name.data(), name.size());
-            PutChar(':');
-            const ZelJSONSlot& slot = *level.members.Slot();
-            level.members.Next();
-            if (!WriteWhole(slot)) {
-                return &slot;
+// Writes a scalar or an empty container behind its separator. False, and only the separator is
+// written, for a container with contents.
+bool CompactText::WriteWhole(const ZelJSONSlot& slot, char separator) {
+    char* const out = PutSeparator(sink_.Room(kScalarRoom), separator);
+    switch (slot.type) {
+        case kString:
+            sink_.Advance(out);
+            PutString(slot);
+            return true;
+        case kArray:
+        case kObject:
+            if (ContainerOf(slot) != nullptr) {
+                sink_.Advance(out);
+                return false;
             }
-        }
-        return nullptr;
+            sink_.Advance(PutWord(out, slot.type == kArray ? "[]" : "{}"));
+            return true;
+        default:
+            sink_.Advance(PutScalar(out, slot));
+            return true;
     }
-    while (!level.elements.AtEnd()) {
-        PutSeparator(level);
-        if (level.index++ != level.elements.Index()) {
-            PutWord("null");
+}
+
+// The name of the next member; what separates it from its value is due then.
+void CompactText::PutName(std::string_view name, Level& level) {
+    sink_.Advance(PutSeparator(sink_.Room(1), std::exchange(level.separator, ',')));
+    sink_.PutQuoted(name.data(), name.size());
+}
+
+void CompactText::PutName(const Key& key, Level& level) {
+    if (key.IsLong()) {
+        return PutName(key.View(), level);
+    }
+    sink_.Advance(PutSeparator(sink_.Room(1), std::exchange(level.separator, ',')));
+    const std::string_view name = key.View();
+    sink_.PutShortQuoted(name.data(), name.size());
+}
+
+Level CompactText::Open(const ZelJSONSlot& slot) {
+    Container& container = *ContainerOf(slot);
+    const bool extended = container.Has(Container::kExtended);
+    Level level;
+    level.index = 0;
+    level.separator = 0;
+    if (slot.type == kObject) {
+        level.kind = extended ? Level::ExtendedMembers : Level::Members;
+        level.member = container.Members();
+        level.lastMember = level.member + container.count;
+        if (extended) {
+            members_.emplace_back(slot, false);
+        }
+    } else {
+        level.kind = extended ? Level::ExtendedElements : Level::Elements;
+        level.slot = container.Slots();
+        level.lastSlot = level.slot + container.count;
+        if (extended) {
+            elements_.emplace_back(slot, false);
+        }
+    }
+    PutChar(level.IsObject() ? '{' : '[');
+    return level;
+}
+
+void CompactText::Close(const Level& level) {
+    if (level.kind == Level::ExtendedElements) {
+        elements_.pop_back();
+    } else if (level.kind == Level::ExtendedMembers) {
+        members_.pop_back();
+    }
+    PutChar(level.IsObject() ? '}' : ']');
+}
+
+// Goes on until a container with contents, which is returned, or to the end, which is null.
+const ZelJSONSlot* CompactText::WriteUpToContainer(Level& level) {
+    switch (level.kind) {
+        case Level::Elements:
+            while (level.slot != level.lastSlot) {
+                const ZelJSONSlot& slot = *level.slot++;
+                if (!WriteWhole(slot, std::exchange(level.separator, ','))) {
+                    return &slot;
+                }
+            }
+            return nullptr;
+        case Level::Members:
+            while (level.member != level.lastMember) {
+                const Member& member = *level.member++;
+                PutName(member.key, level);
+                if (!WriteWhole(member.value, ':')) {
+                    return &member.value;
+                }
+            }
+            return nullptr;
+        case Level::ExtendedElements:
+            return WriteUpToContainer(level, elements_.back());
+        case Level::ExtendedMembers:
+            return WriteUpToContainer(level, members_.back());
+    }
+    return nullptr;
+}
+
+const ZelJSONSlot* CompactText::WriteUpToContainer(Level& level, ZelJSONElementCursor& cursor) {
+    while (!cursor.AtEnd()) {
+        const char separator = std::exchange(level.separator, ',');
+        if (level.index++ != cursor.Index()) {
+            WriteWhole(ZelJSONSlot(), separator);
             continue;
         }
-        const ZelJSONSlot& slot = *level.elements.Slot();
-        level.elements.Next();
-        if (!WriteWhole(slot)) {
+        const ZelJSONSlot& slot = *cursor.Slot();
+        cursor.Next();
+        if (!WriteWhole(slot, separator)) {
+            return &slot;
+        }
+    }
+    return nullptr;
+}
+
+const ZelJSONSlot* CompactText::WriteUpToContainer(Level& level, ZelJSONMemberCursor& cursor) {
+    while (!cursor.AtEnd()) {
+        PutName(cursor.Name(), level);
+        const ZelJSONSlot& slot = *cursor.Slot();
+        cursor.Next();
+        if (!WriteWhole(slot, ':')) {
             return &slot;
         }
     }
@@ -158,19 +241,22 @@ const ZelJSONSlot* CompactText::WriteUpToContainer(Level& level) {
 }
 
 void CompactText::Write(const ZelJSONSlot& root) {
-    if (WriteWhole(root)) {
+    if (WriteWhole(root, 0)) {
         return;
     }
-    for (const ZelJSONSlot* container = &root; container != nullptr || !levels_.empty();) {
-        if (container != nullptr) {
-            levels_.emplace_back(*container);
-            PutChar(levels_.back().isObject ? '{' : '[');
+    Level level = Open(root);
+    for (;;) {
+        if (const ZelJSONSlot* const container = WriteUpToContainer(level)) {
+            outer_.push_back(level);
+            level = Open(*container);
+            continue;
         }
-        container = WriteUpToContainer(levels_.back());
-        if (container == nullptr) {
-            PutChar(levels_.back().isObject ? '}' : ']');
-            levels_.pop_back();
+        Close(level);
+        if (outer_.empty()) {
+            return;
         }
+        level = outer_.back();
+        outer_.pop_back();
     }
 }
 
