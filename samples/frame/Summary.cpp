@@ -6,10 +6,14 @@
 #include <cstdio>
 #include <numeric>
 
+#include "ZelREKernel/base/vPrintfFormat.h"
+
 namespace frame {
 namespace {
 
-[[gnu::format(printf, 2, 3)]] void Print(std::string& text, const char* format, ...) {
+void Print(std::string& text, const char* format, ...) ZKL_PRINTF_FORMAT(2, 3);
+
+void Print(std::string& text, const char* format, ...) {
     char line[512];
     std::va_list arguments;
     va_start(arguments, format);

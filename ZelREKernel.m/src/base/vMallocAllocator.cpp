@@ -5,6 +5,9 @@
 #include "base/AlignedHeap.h"
 
 namespace ZKL {
+
+// On Windows users import the constants of an exported class as they do its functions.
+constexpr std::uint32_t vMallocAllocator::kDefaultAlignment;
 namespace {
 
 // A union's member is not destroyed with it: an allocator whose destructor ran would have lost its

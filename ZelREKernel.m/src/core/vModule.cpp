@@ -2,6 +2,13 @@
 
 namespace ZKL {
 
+// On Windows users import the constants of an exported class as they do its functions.
+constexpr std::int32_t vModule::kOk;
+constexpr std::int32_t vModule::kAlreadyInitialized;
+constexpr std::int32_t vModule::kPointer;
+constexpr std::int32_t vModule::kOutOfMemory;
+constexpr std::int32_t vModule::kUnexpected;
+
 vModule::~vModule() = default;
 
 std::int32_t vModule::_Initialize(const ModuleContext& context) {

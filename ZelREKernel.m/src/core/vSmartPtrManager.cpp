@@ -7,6 +7,9 @@
 #include "base/AlignedHeap.h"
 
 namespace ZKL {
+
+// On Windows users import the constants of an exported class as they do its functions.
+constexpr std::size_t vSmartPtrManager::kLinksPerBlock;
 namespace {
 
 constinit vSmartPtrManager manager;

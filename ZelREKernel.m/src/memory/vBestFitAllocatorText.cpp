@@ -6,6 +6,7 @@
 #include <new>
 #include <ostream>
 #include <string_view>
+#include <utility>
 
 #include "memory/vBestFitAllocator.h"
 
@@ -21,15 +22,25 @@ public:
     ~Writer() { Flush(); }
 
     void Put(std::uint64_t number, std::string_view behind) {
-        if (sizeof(text_) - used_ < 32) {
+        if (sizeof(text_) - used_ < kDigits) {
             Flush();
         }
         char* const end = std::to_chars(text_ + used_, text_ + sizeof(text_), number).ptr;
-        used_ = static_cast<std::size_t>(std::copy(behind.begin(), behind.end(), end) - text_);
+        used_ = static_cast<std::size_t>(end - text_);
+        for (const char c : behind) {
+            Put(c);
+        }
     }
-    void Put(char c) { text_[used_++] = c; }
+    void Put(char c) {
+        if (used_ == sizeof(text_)) {
+            Flush();
+        }
+        text_[used_++] = c;
+    }
 
 private:
+    static constexpr std::size_t kDigits = 20;  // of the largest number
+
     void Flush() { stream_.write(text_, static_cast<std::streamsize>(std::exchange(used_, 0))); }
 
     std::ostream& stream_;

@@ -9,6 +9,10 @@
 #include "profiling/ProfilerState.h"
 
 namespace ZKL {
+
+// On Windows users import the constants of an exported class as they do its functions.
+constexpr std::size_t vGoogleTracer::kMaxChunk;
+constexpr std::size_t vGoogleTracer::kChunkThreshold;
 namespace {
 
 // Of the process: the next event is the first of its file. Guarded by the name table's lock.

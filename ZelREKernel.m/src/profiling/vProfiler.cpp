@@ -9,6 +9,10 @@
 
 namespace ZKL {
 
+// On Windows users import the constants of an exported class as they do its functions.
+constexpr std::uint32_t vProfiler::kNone;
+constexpr std::uint32_t vProfiler::kDefaultCategory;
+
 constinit std::atomic<bool> vProfiler::s_isEnabled{false};
 
 namespace {

@@ -39,9 +39,12 @@ BOOL WINAPI Answer(Record* out, DWORD* bytes) {
 
 TEST(RecordsTopology, CountsWhatTheSystemSays) {
     const std::vector<Record> machine = {
-        MakeRecord(RelationProcessorCore, 3),      MakeRecord(RelationCache, 3),
-        MakeRecord(RelationProcessorPackage, 0xF), MakeRecord(RelationProcessorCore, 0x8),
-        MakeRecord(RelationNumaNode, 0xF),         MakeRecord(RelationNumaNode, ~ULONG_PTR{0}),
+        MakeRecord(RelationProcessorCore, 3),
+        MakeRecord(RelationCache, 3),
+        MakeRecord(RelationProcessorPackage, 0xF),
+        MakeRecord(RelationProcessorCore, 0x8),
+        MakeRecord(RelationNumaNode, 0xF),
+        MakeRecord(RelationNumaNode, ~ULONG_PTR{0}),
         MakeRecord(RelationProcessorCore, ULONG_PTR{1} << 63 | 0x10)};
     const struct {
         const char* what;

@@ -48,11 +48,11 @@ private:
     friend class vWeakPtr;
 
     // All of these take a link in use, which the caller keeps alive by a count or by the object.
-    static bool _AddStrong(Link* link) noexcept;
-    static void _CopyStrong(Link* link) noexcept;
-    static void _DropStrong(Link* link);
-    static void _AddWeak(Link* link) noexcept;
-    static void _DropWeak(Link* link) noexcept;
+    static inline bool _AddStrong(Link* link) noexcept;
+    static inline void _CopyStrong(Link* link) noexcept;
+    static inline void _DropStrong(Link* link);
+    static inline void _AddWeak(Link* link) noexcept;
+    static inline void _DropWeak(Link* link) noexcept;
     static bool _Lock(Link* link) noexcept;
     static void _DropLastStrong(Link* link);
     static void _ReturnLink(Link* link) noexcept;
