@@ -53,6 +53,11 @@ constexpr Option kOptions[] = {
      [](std::string_view text, Options& o) { return ParseText(text, o.out); }},
     {"--log", "stdout, stderr, network or a file name",
      [](std::string_view text, Options& o) { return ParseText(text, o.log); }},
+    {"--cvar", "NAME=VALUE",
+     [](std::string_view text, Options& o) {
+         o.controlVars.emplace_back(text);
+         return text.find('=') != std::string_view::npos;
+     }},
 };
 
 const Option* FindOption(std::string_view name) {
@@ -71,6 +76,10 @@ ParseResult ParseOptions(int argc, const char* const* argv, Options& options, st
         const std::string_view argument = argv[i];
         if (argument == "--help" || argument == "-h") {
             return ParseResult::Help;
+        }
+        if (argument == "--cvars") {
+            options.listControlVars = true;
+            continue;
         }
         const std::size_t equals = argument.find('=');
         const std::string name(argument.substr(0, equals));
@@ -107,6 +116,9 @@ kernel's task graph, and leaves the picture, a trace and a summary in the output
   --every N       write every N-th picture too, as frame-00000.png and so on
   --log WHERE     stdout, stderr, network (a TCP listener on port 4666) or a file
                   (frame.log in the output folder)
+  --cvar NAME=VALUE
+                  sets a control variable; may stand several times
+  --cvars         lists the control variables and renders nothing
   --help          this text
 
 Exit codes: 0 done, 1 the model or an output failed, 2 bad options.

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace frame {
 
@@ -15,7 +16,9 @@ struct Options {
     std::uint32_t every = 0;    // write every n-th picture; 0: only the last
     std::string model = "/usr/share/assimp/models/OBJ/spider.obj";
     std::string out = "frame-out";
-    std::string log;  // empty: frame.log in the output folder
+    std::string log;                       // empty: frame.log in the output folder
+    std::vector<std::string> controlVars;  // each "NAME=VALUE"
+    bool listControlVars = false;
 };
 
 enum class ParseResult { Run, Help, Bad };

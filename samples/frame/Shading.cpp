@@ -7,6 +7,7 @@
 #include <glm/vec2.hpp>
 
 #include "DeterministicMath.h"
+#include "Look.h"
 #include "Noise.h"
 
 namespace frame {
@@ -37,7 +38,8 @@ float SmoothStep(float low, float high, float x) {
 }
 
 // A rational fit of the film curve used in the motion picture industry's colour encoding.
-glm::vec3 ToDisplay(const glm::vec3& light) {
+glm::vec3 ToDisplay(const glm::vec3& incoming) {
+    const glm::vec3 light = incoming * CurrentLook().exposure;
     const glm::vec3 mapped =
         (light * (light * 2.51f + 0.03f)) / (light * (light * 2.43f + 0.59f) + 0.14f);
     return glm::clamp(mapped, 0.0f, 1.0f);
@@ -86,6 +88,9 @@ Point Interpolate(const ScreenVertex* v, std::int32_t x, std::int32_t y, const V
 // `slope`: 0 where the surface faces the light, 1 where it stands along it.
 float KeyVisibility(const glm::vec3& world, const glm::vec3& normal, float slope,
                     const Scene& scene) {
+    if (!CurrentLook().shadows) {
+        return 1.0f;
+    }
     // Asks a little above the surface, more so at grazing light, or it would shade itself.
     const glm::vec4 above(world + normal * (0.004f + 0.012f * slope), 1.0f);
     return scene.shadows->Visibility(glm::vec3(scene.view->shadowFromWorld * above));

@@ -5,12 +5,12 @@
 #include <glm/vec4.hpp>
 
 #include "DeterministicMath.h"
+#include "Look.h"
 #include "ShadowSpace.h"
 
 namespace frame {
 namespace {
 
-constexpr double kTurnsPerFrame = 1.0 / 240.0;
 // The frame that looks the model in the face.
 constexpr double kFrontFrame = 140.0;
 constexpr float kNear = 0.1f;
@@ -54,7 +54,8 @@ Camera::Camera(std::uint32_t width, std::uint32_t height, float modelHeight)
     : aspect_(static_cast<float>(width) / static_cast<float>(height)), modelHeight_(modelHeight) {}
 
 View Camera::At(std::uint32_t frameNumber) const {
-    const double time = (static_cast<double>(frameNumber) - kFrontFrame) * kTurnsPerFrame;
+    const Look& look = CurrentLook();
+    const double time = (static_cast<double>(frameNumber) - kFrontFrame) / look.turnFrames;
     View view;
     view.worldFromObject = TurnAroundY(time + 0.25);
     const glm::vec3 target(0.0f, modelHeight_ * 0.36f, 0.0f);
@@ -64,7 +65,7 @@ View Camera::At(std::uint32_t frameNumber) const {
     const float distance = 2.45f / std::min(1.0f, aspect_ * 0.75f);
     view.eye = target + back * distance;
     view.clipFromWorld = Project(aspect_, 2.5f) * LookFrom(view.eye, back);
-    view.toKey = glm::normalize(glm::vec3(-0.62f, 1.05f, 0.50f));
+    view.toKey = glm::normalize(glm::vec3(look.lightX, look.lightY, 0.50f));
     view.shadowFromWorld = ShadowMatrix(view.toKey, modelHeight_);
     return view;
 }

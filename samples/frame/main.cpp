@@ -6,6 +6,7 @@
 #include <string>
 
 #include "App.h"
+#include "Look.h"
 #include "Options.h"
 
 int main(int argc, char** argv) {
@@ -22,6 +23,14 @@ int main(int argc, char** argv) {
             break;
     }
     try {
+        if (!frame::ApplyControlVars(options.controlVars, error)) {
+            std::fprintf(stderr, "frame: %s\n", error.c_str());
+            return 2;
+        }
+        if (options.listControlVars) {
+            std::fputs(frame::ListControlVars().c_str(), stdout);
+            return 0;
+        }
         return frame::RunApp(options);
     } catch (const std::exception& exception) {
         std::fprintf(stderr, "frame: %s\n", exception.what());

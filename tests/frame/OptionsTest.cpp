@@ -4,6 +4,8 @@
 
 #include <vector>
 
+#include "Look.h"
+
 namespace {
 
 using frame::Options;
@@ -28,6 +30,7 @@ TEST(Options, BadOnesAreNamed) {
         {{"--size", "640"}, "--size wants WIDTHxHEIGHT, each from 16 to 4096, not '640'"},
         {{"--size", "16x4097"}, "--size wants WIDTHxHEIGHT, each from 16 to 4096, not '16x4097'"},
         {{"--out="}, "--out wants a folder name, not ''"},
+        {{"--cvar", "exposure"}, "--cvar wants NAME=VALUE, not 'exposure'"},
     };
     for (const auto& each : kCases) {
         Options options;
@@ -47,6 +50,25 @@ TEST(Options, GoodOnesReachTheirFields) {
     EXPECT_EQ(options.height, 360u);
     EXPECT_EQ(options.model, "a b.obj");
     EXPECT_EQ(options.out, "x=y");
+}
+
+TEST(ControlVars, GoodOnesAreSetAndListedBadOnesNamed) {
+    std::string error;
+    EXPECT_TRUE(frame::ApplyControlVars({"exposure=2.5", "shadows=0", "turn.frames=7"}, error));
+    EXPECT_EQ(frame::CurrentLook().exposure, 2.5f);
+    EXPECT_FALSE(frame::CurrentLook().shadows);
+    EXPECT_NE(frame::ListControlVars().find("turn.frames  7 "), std::string::npos);
+    EXPECT_TRUE(frame::ApplyControlVars({"exposure=1", "shadows=1", "turn.frames=240"}, error));
+    const std::pair<const char*, const char*> kBad[] = {
+        {"no=1", "no control variable is called 'no' (--cvars lists them)"},
+        {"light.y=nan", "light.y wants a value from 0.1 to 10, not 'nan'"},
+        {"shadows=2", "shadows wants a value from 0 to 1, not '2'"},
+        {"turn.frames=-1", "turn.frames wants a value from 1 to 100000, not '-1'"},
+    };
+    for (const auto& [assignment, expected] : kBad) {
+        EXPECT_FALSE(frame::ApplyControlVars({assignment}, error));
+        EXPECT_EQ(error, expected);
+    }
 }
 
 }  // namespace
