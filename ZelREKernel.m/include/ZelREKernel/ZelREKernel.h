@@ -35,6 +35,7 @@
 #include "ZelREKernel/json/ZelCompactJSONWriter.h"
 #include "ZelREKernel/json/ZelFancyJSONWriter.h"
 #include "ZelREKernel/json/ZelJSONRange.h"
+#include "ZelREKernel/json/ZelJSONReader.h"
 #include "ZelREKernel/json/ZelJSONSlot.h"
 #include "ZelREKernel/json/ZelJSONValue.h"
 #include "ZelREKernel/json/ZelJSONWriter.h"

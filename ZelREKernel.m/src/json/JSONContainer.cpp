@@ -169,6 +169,18 @@ ZelJSONSlot& AddElement(ZelJSONSlot& array, std::uint32_t index) {
     return ExtendArray(*container).sparse[index];
 }
 
+void AppendElements(ZelJSONSlot& array, ZelJSONSlot* elements, std::uint32_t count) {
+    if (ContainerOf(array) == nullptr) {
+        array.payload.container = NewContainer(kLongestRun * sizeof(ZelJSONSlot), 0, nullptr);
+        ContainerOf(array)->capacity = kLongestRun;
+    }
+    Container& container = *ContainerOf(array);
+    for (std::uint32_t i = 0; i < count; ++i) {
+        AppendElement(container) = elements[i];
+        elements[i] = ZelJSONSlot();
+    }
+}
+
 std::uint64_t ArraySize(Container* array) noexcept {
     if (array == nullptr) {
         return 0;

@@ -114,6 +114,9 @@ Block* FreeContainer(Container* container) noexcept;
 // Elements of an array slot. Find returns null for an absent one, Add finds or inserts a null one.
 ZelJSONSlot* FindElement(Container* array, std::uint32_t index) noexcept;
 ZelJSONSlot& AddElement(ZelJSONSlot& array, std::uint32_t index);
+// Moves `count` elements behind those of an array slot whose elements are dense. What was moved
+// when an exception ends it is null in `elements`.
+void AppendElements(ZelJSONSlot& array, ZelJSONSlot* elements, std::uint32_t count);
 std::uint64_t ArraySize(Container* array) noexcept;
 
 // Members of an object slot, likewise.

@@ -181,7 +181,7 @@ private:
 void ReleaseContents(ZelJSONSlot& slot) noexcept {
     if (slot.type == kString) {
         ReleaseText(slot);
-    } else if (slot.payload.container != nullptr) {
+    } else if (slot.type == kArray || slot.type == kObject) {
         Releaser releaser;
         releaser.Take(slot);
         slot.payload.container = nullptr;
