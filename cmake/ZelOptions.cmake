@@ -22,8 +22,9 @@ else()
 endif()
 
 add_library(ZelWarnings INTERFACE)
+# Another compiler, which builds the fuzzers, has warnings of its own taste.
 target_compile_options(ZelWarnings INTERFACE
-  -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast
+  -Wall -Wextra -Wpedantic $<$<CXX_COMPILER_ID:GNU>:-Werror> -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast
   -Wformat=2 -Wundef -Wnon-virtual-dtor -Woverloaded-virtual)
 
 add_library(ZelSettings INTERFACE)
@@ -33,14 +34,15 @@ if(WIN32)
     _WIN32_WINNT=0x0A00 NOMINMAX WIN32_LEAN_AND_MEAN)
 else()
   # A unique symbol pins its library in the process; this library must be able to leave it.
-  target_compile_options(ZelSettings INTERFACE -fno-gnu-unique)
+  target_compile_options(ZelSettings INTERFACE $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
 endif()
 if(ZEL_SANITIZE)
   target_compile_options(ZelSettings INTERFACE
     -fsanitize=${ZEL_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   target_link_options(ZelSettings INTERFACE -fsanitize=${ZEL_SANITIZE})
   # GCC's sanitizers raise false alarms of these two through inlined library code.
-  target_compile_options(ZelSettings INTERFACE -Wno-maybe-uninitialized -Wno-stringop-overflow)
+  target_compile_options(ZelSettings INTERFACE
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized -Wno-stringop-overflow>)
 endif()
 
 # zel_sources(<out> <dir>): the sources of a folder that belong to this operating system.

@@ -22,8 +22,11 @@ void vBestFitAllocator::Defragment() {
     } catch (const std::bad_alloc&) {
         return;
     }
-    // One free block a page, each at worst in a list of its own. The block lists only get shorter.
-    if (!ReserveNodes(pages_.size()) || !memoryManager_->BeginDefragment(freeBlocks_->Count())) {
+    // At most one free block a page, each at worst in a list of its own. The block lists only get
+    // shorter.
+    if (!ReserveNodes(0) ||
+        !ReserveNodes(std::min<std::uint64_t>(pages_.size(), freeBlocks_->Count())) ||
+        !memoryManager_->BeginDefragment(freeBlocks_->Count())) {
         return;
     }
     freeBlocks_->Clear(*pool_);
