@@ -4,8 +4,8 @@
 
 #include <filesystem>
 
-#include "support/CaptureStream.h"
 #include "support/ScopedCheckHandler.h"
+#include "support/TempDir.h"
 #include "support/WaitUntil.h"
 
 namespace {
@@ -42,7 +42,6 @@ TEST(vProcessLauncher, AwkwardPathsAndArgumentsArriveAsTheyAre) {
     for (char c = ' '; c <= '~'; ++c) {
         all += c;
     }
-    const test::CaptureStream output(1);
     for (const bool wait : {true, false}) {
         const std::string file = folder + (wait ? "/waited" : "/not waited");
         vProcessLauncher original(program.c_str(), wait);
@@ -51,15 +50,13 @@ TEST(vProcessLauncher, AwkwardPathsAndArgumentsArriveAsTheyAre) {
         }
         vProcessLauncher launcher(original);
         launcher.PushArg(all);
-        launcher.PushArg(std::string("\xC3\xBC").data());
+        launcher.PushArg(std::string("not const").data());
         int result = -1;
         EXPECT_EQ(launcher.Launch(result), vProcessLauncher::eSuccess);
         EXPECT_EQ(result, wait ? 200 : 0);
-        const std::string expected = "\n\"\n\\\na\\\\\"b c\\\n" + all + "\n\xC3\xBC\n";
+        const std::string expected = "\n\"\n\\\na\\\\\"b c\\\n" + all + "\nnot const\n";
         EXPECT_TRUE(test::WaitUntil([&] { return test::ReadFile(file) == expected; }))
             << test::ReadFile(file);
-        const std::size_t megabytes = wait ? 1 : 2;
-        EXPECT_TRUE(test::WaitUntil([&] { return output.Text().size() == megabytes << 20; }));
     }
 }
 

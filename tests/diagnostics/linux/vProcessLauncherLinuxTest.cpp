@@ -27,7 +27,6 @@ TEST(vProcessLauncher, ChildThatFillsAPipeIsReadWhileItIsWaitedFor) {
         });
         vProcessLauncher launcher(ZEL_TEST_BIN_DIR "/diagnostics-child", wait);
         launcher.PushArg("0");
-        launcher.PushArg("/dev/null");
         int result = -1;
         EXPECT_EQ(launcher.Launch(result), vProcessLauncher::eSuccess);
         dup2(saved, 1);
