@@ -43,9 +43,14 @@ bool WriteText(const std::string& path, const std::string& text) {
     return static_cast<bool>(file << text << std::flush);
 }
 
+struct Summaries {
+    std::string text;
+    std::string json;
+};
+
 // Renders with all services up; fills `summary`.
 bool Render(const Options& options, const ZKL::vRefPtr<Mesh>& mesh, WorkerService& workers,
-            std::string& summary, std::string& error) {
+            Summaries& summary, std::string& error) {
     RunRecord record;
     record.model = options.model;
     record.triangles = mesh->ModelTriangleCount();
@@ -62,7 +67,7 @@ bool Render(const Options& options, const ZKL::vRefPtr<Mesh>& mesh, WorkerServic
     for (std::uint32_t i = 0; i < kStageCount; ++i) {
         jobs[i] = renderer.JobCount(static_cast<Stage>(i));
     }
-    summary = WriteSummary(record, jobs);
+    summary = {WriteSummary(record, jobs), WriteSummaryJson(record, jobs)};
     return true;
 }
 
@@ -77,7 +82,7 @@ int RunServices(const Options& options, const ZKL::vRefPtr<Mesh>& mesh) {
     services.RegisterModule(new TaskService, "task manager");
     services.RegisterModule(workers, "workers");
 
-    std::string summary;
+    Summaries summary;
     std::string error;
     bool done = services.InitializeModules();
     if (done) {
@@ -96,9 +101,14 @@ int RunServices(const Options& options, const ZKL::vRefPtr<Mesh>& mesh) {
     if (!done) {
         return Fail(error);
     }
-    std::fputs(summary.c_str(), stdout);
-    const std::string path = options.out + "/summary.txt";
-    return WriteText(path, summary) ? 0 : Fail(path + ": cannot be written");
+    std::fputs(summary.text.c_str(), stdout);
+    for (const auto& [name, text] :
+         {std::pair("/summary.txt", &summary.text), std::pair("/summary.json", &summary.json)}) {
+        if (!WriteText(options.out + name, *text)) {
+            return Fail(options.out + name + ": cannot be written");
+        }
+    }
+    return 0;
 }
 
 }  // namespace

@@ -13,15 +13,6 @@
 namespace frame {
 namespace {
 
-// What stands in for the image of a textured material, by its place in the library.
-constexpr Material kTextureLooks[] = {
-    {{0.150f, 0.042f, 0.014f}, {0.040f, 0.012f, 0.006f}, 5.0f, 0.60f},
-    {{0.200f, 0.070f, 0.018f}, {0.050f, 0.016f, 0.007f}, 6.0f, 0.50f},
-    {{0.330f, 0.110f, 0.020f}, {0.030f, 0.010f, 0.006f}, 3.2f, 0.55f},
-    {{0.045f, 0.016f, 0.009f}, {0.210f, 0.068f, 0.016f}, 5.0f, 0.70f},
-    {{0.020f, 0.004f, 0.004f}, {0.100f, 0.010f, 0.008f}, 9.0f, 1.60f},
-};
-
 struct VertexKey {
     std::uint32_t position;
     glm::vec3 normal;
@@ -133,15 +124,13 @@ void Mesh::AddFloor() {
 }
 
 void Mesh::DressMaterials(const Model& model) {
-    std::size_t textured = 0;
     for (const ModelMaterial& material : model.materials) {
-        if (material.textured) {
-            materials_.push_back(kTextureLooks[textured++ % std::size(kTextureLooks)]);
-        } else {
-            // The file's colours are meant for the screen; light is added in linear space.
-            const glm::vec3 linear = material.diffuse * material.diffuse * 0.8f;
-            materials_.push_back({linear, linear, 0.0f, 0.35f});
-        }
+        // The lights are strong, and no paint is pure.
+        const glm::vec3 colour = material.colour * 0.34f + 0.015f;
+        const float gloss = 0.3f + 0.7f * (1.0f - material.roughness);
+        // A grain stands in for an image.
+        const float grain = material.textured ? 5.0f : 0.0f;
+        materials_.push_back({colour, colour * (material.textured ? 0.5f : 1.0f), grain, gloss});
     }
 }
 

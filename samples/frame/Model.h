@@ -1,7 +1,8 @@
 #pragma once
 
-// Reads a Wavefront OBJ file and proves it sound: what comes out has triangles only, every index in
-// range and every coordinate a number of a sane size, whatever the file said.
+// Reads the scene of a glTF 2.0 file, text or binary, and proves it sound: what comes out has
+// triangles only, every index in range and every coordinate a number of a sane size, whatever the
+// file said. Every mesh stands where its node puts it.
 
 #include <cstdint>
 #include <glm/vec3.hpp>
@@ -12,8 +13,9 @@ namespace frame {
 
 struct ModelMaterial {
     std::string name;
-    glm::vec3 diffuse;
-    bool textured;  // an image gives its colour; it is not loaded
+    glm::vec3 colour;  // linear
+    float roughness;   // 0: a mirror
+    bool textured;     // an image gives its colour; it is not loaded
 };
 
 struct Model {

@@ -2,7 +2,13 @@
 
 #include <charconv>
 #include <cstring>
+#include <stdexcept>
 #include <string_view>
+#include <vector>
+
+#include "JsonText.h"
+#include "WholeFile.h"
+#include "ZelREKernel/json/ZelJSONRange.h"
 
 namespace frame {
 namespace {
@@ -33,8 +39,10 @@ bool ParseText(std::string_view text, std::string& value) {
     return !text.empty();
 }
 
+constexpr std::string_view kSettings = "--settings";
+
 struct Option {
-    const char* name;
+    std::string_view name;
     const char* wants;
     bool (*apply)(std::string_view text, Options& options);
 };
@@ -58,6 +66,9 @@ constexpr Option kOptions[] = {
          o.controlVars.emplace_back(text);
          return text.find('=') != std::string_view::npos;
      }},
+    // A settings file is read before all else and does not name another one.
+    {kSettings, "a JSON file, on the command line alone",
+     [](std::string_view, Options&) { return false; }},
 };
 
 const Option* FindOption(std::string_view name) {
@@ -69,9 +80,57 @@ const Option* FindOption(std::string_view name) {
     return nullptr;
 }
 
-}  // namespace
+// Applies one setting; false with the reason in `error`.
+bool Apply(const std::string& name, std::string_view value, Options& options, std::string& error) {
+    const Option* const option = FindOption(name);
+    if (option == nullptr) {
+        error = "unknown option '" + name + "' (--help lists them)";
+        return false;
+    }
+    if (!option->apply(value, options)) {
+        error = name + " wants " + option->wants + ", not '" + std::string(value) + "'";
+        return false;
+    }
+    return true;
+}
 
-ParseResult ParseOptions(int argc, const char* const* argv, Options& options, std::string& error) {
+// An array is the same option several times.
+void ApplySetting(const std::string& name, const ZelJSONValue& value, Options& options) {
+    std::string error;
+    if (value.IsArray()) {
+        for (const ZelJSONValue& each : ZelJSONElements(value)) {
+            ApplySetting(name, each, options);
+        }
+    } else if (value.IsObject() || !Apply(name, Printable(value.AsString()), options, error)) {
+        throw std::runtime_error(value.IsObject() ? name + " wants no object" : error);
+    }
+}
+
+bool ReadSettings(const std::string& path, Options& options, std::string& error) {
+    try {
+        const ZelJSONValue settings = ParseJson(ReadWholeFile(path), "");
+        if (!settings.IsObject()) {
+            throw std::runtime_error("not an object");
+        }
+        for (const auto& [name, value] : ZelJSONMembers(settings)) {
+            const std::string clean = Printable(std::string(name));
+            ApplySetting("--" + clean, value, options);
+        }
+        return true;
+    } catch (const std::runtime_error& problem) {
+        error = path + ": " + problem.what();
+        return false;
+    }
+}
+
+struct Argument {
+    std::string name;
+    std::string value;
+};
+
+// Splits the command line into names and values.
+ParseResult SplitArguments(int argc, const char* const* argv, Options& options,
+                           std::vector<Argument>& arguments, std::string& error) {
     for (int i = 1; i < argc; ++i) {
         const std::string_view argument = argv[i];
         if (argument == "--help" || argument == "-h") {
@@ -83,7 +142,7 @@ ParseResult ParseOptions(int argc, const char* const* argv, Options& options, st
         }
         const std::size_t equals = argument.find('=');
         const std::string name(argument.substr(0, equals));
-        const Option* option = FindOption(name);
+        const Option* const option = FindOption(name);
         if (option == nullptr) {
             error = "unknown option '" + name + "' (--help lists them)";
             return ParseResult::Bad;
@@ -93,13 +152,30 @@ ParseResult ParseOptions(int argc, const char* const* argv, Options& options, st
             error = name + " wants " + option->wants;
             return ParseResult::Bad;
         }
-        const std::string_view value = inNext ? argv[++i] : argument.substr(equals + 1);
-        if (!option->apply(value, options)) {
-            error = name + " wants " + option->wants + ", not '" + std::string(value) + "'";
+        arguments.push_back({name, std::string(inNext ? argv[++i] : argument.substr(equals + 1))});
+    }
+    return ParseResult::Run;
+}
+
+}  // namespace
+
+ParseResult ParseOptions(int argc, const char* const* argv, Options& options, std::string& error) {
+    std::vector<Argument> arguments;
+    const ParseResult result = SplitArguments(argc, argv, options, arguments, error);
+    if (result == ParseResult::Bad) {
+        return result;
+    }
+    for (const Argument& argument : arguments) {
+        if (argument.name == kSettings && !ReadSettings(argument.value, options, error)) {
             return ParseResult::Bad;
         }
     }
-    return ParseResult::Run;
+    for (const Argument& argument : arguments) {
+        if (argument.name != kSettings && !Apply(argument.name, argument.value, options, error)) {
+            return ParseResult::Bad;
+        }
+    }
+    return result;
 }
 
 std::string HelpText() {
@@ -111,7 +187,8 @@ kernel's task graph, and leaves the picture, a trace and a summary in the output
   --frames N      frames to render (120)
   --size WxH      size of the picture in pixels (960x540)
   --workers N     worker threads (one per processor core)
-  --model FILE    Wavefront OBJ file (the spider of Debian's assimp-testmodels)
+  --model FILE    glTF 2.0 file, .glb or .gltf (the two-cylinder engine of Debian's
+                  assimp-testmodels)
   --out FOLDER    where the results go (frame-out)
   --every N       write every N-th picture too, as frame-00000.png and so on
   --log WHERE     stdout, stderr, network (a TCP listener on port 4666) or a file
@@ -119,6 +196,9 @@ kernel's task graph, and leaves the picture, a trace and a summary in the output
   --cvar NAME=VALUE
                   sets a control variable; may stand several times
   --cvars         lists the control variables and renders nothing
+=======
+  --settings FILE a JSON object with any of these by name, such as {"frames": 60}; what the
+                  command line says comes before it
   --help          this text
 
 Exit codes: 0 done, 1 the model or an output failed, 2 bad options.

@@ -1,6 +1,6 @@
 #pragma once
 
-// The command line.
+// The settings of a run, from the command line and from a file.
 
 #include <cstdint>
 #include <string>
@@ -14,7 +14,8 @@ struct Options {
     std::uint32_t height = 540;
     std::uint32_t workers = 0;  // 0: one per processor core
     std::uint32_t every = 0;    // write every n-th picture; 0: only the last
-    std::string model = "/usr/share/assimp/models/OBJ/spider.obj";
+    std::string model =
+        "/usr/share/assimp/models/glTF2/2CylinderEngine-glTF-Binary/2CylinderEngine.glb";
     std::string out = "frame-out";
     std::string log;                       // empty: frame.log in the output folder
     std::vector<std::string> controlVars;  // each "NAME=VALUE"
@@ -23,7 +24,9 @@ struct Options {
 
 enum class ParseResult { Run, Help, Bad };
 
-// Reads the arguments into `options`. `Bad` leaves one line without a line feed in `error`.
+// Reads the arguments into `options`. A file named by --settings comes first, wherever it stands:
+// an object whose members are called like the options without their dashes. `Bad` leaves one line
+// without a line feed in `error`.
 ParseResult ParseOptions(int argc, const char* const* argv, Options& options, std::string& error);
 
 // The text for --help.

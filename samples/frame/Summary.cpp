@@ -4,9 +4,12 @@
 #include <cinttypes>
 #include <cstdarg>
 #include <cstdio>
+#include <new>
 #include <numeric>
 
+#include "JsonText.h"
 #include "ZelREKernel/base/vPrintfFormat.h"
+#include "ZelREKernel/json/vJSONObject.h"
 
 namespace frame {
 namespace {
@@ -82,6 +85,66 @@ std::string WriteSummary(const RunRecord& run, const std::uint32_t (&jobs)[kStag
     Print(text, "Last picture       %016" PRIx64 "\n", run.lastPicture);
     Print(text, "All pictures       %016" PRIx64 "\n", run.allPictures);
     return text;
+}
+
+namespace {
+
+std::string Hexadecimal(std::uint64_t number) {
+    std::string text;
+    Print(text, "%016" PRIx64, number);
+    return text;
+}
+
+ZKL::vSmartPtr<ZKL::vJSONObject> NewObject() {
+    ZKL::vSmartPtr<ZKL::vJSONObject> object = ZKL::vJSONObject::Create();
+    if (!object) {
+        throw std::bad_alloc();
+    }
+    return object;
+}
+
+ZKL::vJSONArray StagesOf(const RunRecord& run, const std::uint32_t (&jobs)[kStageCount]) {
+    ZKL::vJSONArray stages;
+    for (std::uint32_t i = 0; i < kStageCount; ++i) {
+        const Column span = Summarise(run, i, &StageTime::spanMs);
+        const Column work = Summarise(run, i, &StageTime::workMs);
+        const ZKL::vSmartPtr<ZKL::vJSONObject> stage = NewObject();
+        stage->PushEntry("name", StageName(static_cast<Stage>(i)))
+            .PushEntry("jobs", static_cast<int>(jobs[i]))
+            .PushEntry("wallMsMean", static_cast<float>(span.mean))
+            .PushEntry("wallMsP95", static_cast<float>(span.p95))
+            .PushEntry("workMsMean", static_cast<float>(work.mean))
+            .PushEntry("workMsP95", static_cast<float>(work.p95));
+        stages.PushValue(stage);
+    }
+    return stages;
+}
+
+}  // namespace
+
+std::string WriteSummaryJson(const RunRecord& run, const std::uint32_t (&jobs)[kStageCount]) {
+    const ZKL::vSmartPtr<ZKL::vJSONObject> memory = NewObject();
+    memory->PushEntry("residentMiB", static_cast<float>(MebiBytes(run.residentBytes)))
+        .PushEntry("allocatorMiB", static_cast<float>(MebiBytes(run.memory.peakBytes)))
+        .PushEntry("pagesMiB", static_cast<float>(MebiBytes(run.pageBytes)))
+        .PushEntry("blocks", static_cast<float>(run.memory.blocks));
+    const ZKL::vSmartPtr<ZKL::vJSONObject> summary = NewObject();
+    // The builder escapes backslashes alone, so a file's name is made clean here.
+    summary->PushEntry("model", Printable(run.model).c_str())
+        .PushEntry("triangles", static_cast<int>(run.triangles))
+        .PushEntry("width", static_cast<int>(run.width))
+        .PushEntry("height", static_cast<int>(run.height))
+        .PushEntry("workers", static_cast<int>(run.workers))
+        .PushEntry("frames", static_cast<int>(run.frames.size()))
+        .PushEntry("seconds", static_cast<float>(run.seconds))
+        .PushEntry("jobsPerFrame", static_cast<int>(run.jobsPerFrame))
+        .PushEntry("stages", StagesOf(run, jobs))
+        .PushEntry("memory", memory)
+        .PushEntry("lastPicture", Hexadecimal(run.lastPicture).c_str())
+        .PushEntry("allPictures", Hexadecimal(run.allPictures).c_str());
+    std::string text;
+    summary->Serialize(text);
+    return text + '\n';
 }
 
 }  // namespace frame

@@ -1,6 +1,7 @@
 #pragma once
 
-// The page that a run leaves: speed, stages, memory, and the numbers to compare pictures by.
+// What a run leaves about itself, as a page for people and as JSON for programs: speed, stages,
+// memory, and the numbers to compare pictures by.
 
 #include <cstdint>
 #include <string>
@@ -29,6 +30,10 @@ struct RunRecord {
 
 // `jobs[i]`: how many jobs stage i has per frame.
 std::string WriteSummary(const RunRecord& run, const std::uint32_t (&jobs)[kStageCount]);
+
+// The same as a JSON object. Sizes are in MiB, times in seconds or milliseconds as their names say;
+// the pictures' hashes are texts of 16 hexadecimal digits.
+std::string WriteSummaryJson(const RunRecord& run, const std::uint32_t (&jobs)[kStageCount]);
 
 // The value that 95 of 100 are at most; 0 for none. Reorders `values`.
 double Percentile95(std::vector<double>& values);

@@ -57,7 +57,7 @@ View Camera::At(std::uint32_t frameNumber) const {
     const Look& look = CurrentLook();
     const double time = (static_cast<double>(frameNumber) - kFrontFrame) / look.turnFrames;
     View view;
-    view.worldFromObject = TurnAroundY(time + 0.25);
+    view.worldFromObject = TurnAroundY(time + 0.53);
     const glm::vec3 target(0.0f, modelHeight_ * 0.36f, 0.0f);
     const auto lift = static_cast<float>(0.40 + 0.05 * SinTurns(time * 2.0));
     const glm::vec3 back = glm::normalize(glm::vec3(0.0f, lift, 1.0f));

@@ -5,6 +5,7 @@
 #include <array>
 #include <fstream>
 #include <iomanip>
+#include <nlohmann/json.hpp>
 #include <sstream>
 #include <vector>
 
@@ -13,6 +14,7 @@
 #include "Model.h"
 #include "Picture.h"
 #include "ZelREKernel/memory/vPageAllocator.h"
+#include "frame/Glb.h"
 #include "support/TempDir.h"
 
 namespace {
@@ -20,7 +22,8 @@ namespace {
 // A ring of leaning pyramids: edges, both sides, shadows, several chunks.
 frame::Model TestModel() {
     frame::Model model;
-    model.materials = {{"a", {0.8f, 0.3f, 0.1f}, false}, {"b", {0.5f, 0.5f, 0.5f}, true}};
+    model.materials = {{"a", {0.8f, 0.3f, 0.1f}, 1.0f, false},
+                       {"b", {0.5f, 0.5f, 0.5f}, 0.2f, true}};
     for (std::uint32_t i = 0; i < 64; ++i) {
         const std::uint32_t row = i / 8;
         const float x = static_cast<float>(i % 8) - 3.5f;
@@ -69,8 +72,8 @@ std::vector<std::uint64_t> RunPlainly(const frame::Model& model, frame::TileGrid
 // compiler, its settings or the system.
 TEST(Frames, PicturesAreTheSameBytesEverywhere) {
     const std::vector<std::uint64_t> hashes = RunPlainly(TestModel(), {200, 120});
-    EXPECT_EQ(hashes.front(), 2902158727122410421u);
-    EXPECT_EQ(hashes.back(), 10592470596073466667u);
+    EXPECT_EQ(hashes.front(), 6264660055233473328u);
+    EXPECT_EQ(hashes.back(), 17704541496911126890u);
 }
 
 std::vector<std::uint8_t> ReadPng(const std::string& path, png_image& image) {
@@ -96,19 +99,11 @@ TEST(App, LeavesPicturesTraceLogAndSummary) {
     options.width = 100;
     options.height = 60;
     options.every = 2;
-    options.model = directory.File("model.obj");
-    frame::Model model = TestModel();
-    std::ofstream file(options.model);
-    for (const glm::vec3& at : model.positions) {
-        file << "v " << at.x << ' ' << at.y << ' ' << at.z << '\n';
-    }
-    for (const frame::Model::Triangle& each : model.triangles) {
-        file << "f " << each.corners[0].position + 1 << ' ' << each.corners[1].position + 1 << ' '
-             << each.corners[2].position + 1 << '\n';
-    }
-    file.close();
+    options.model = directory.File("model.glb");
+    std::ofstream(options.model, std::ios::binary) << test::Glb(TestModel());
+    frame::Model model;
     std::string error;
-    ASSERT_TRUE(frame::LoadModel(options.model, model = {}, error)) << error;
+    ASSERT_TRUE(frame::LoadModel(options.model, model, error)) << error;
     std::ostringstream hash;
     hash << std::hex << std::setw(16) << std::setfill('0')
          << RunPlainly(model, {options.width, options.height}).back();
@@ -122,6 +117,12 @@ TEST(App, LeavesPicturesTraceLogAndSummary) {
         EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
         const std::string summary = testing::internal::GetCapturedStdout();
         EXPECT_EQ(test::ReadFile(options.out + "/summary.txt"), summary);
+
+        const nlohmann::json record =
+            nlohmann::json::parse(test::ReadFile(options.out + "/summary.json"));
+        EXPECT_EQ(record["frames"], 5);
+        EXPECT_EQ(record["stages"].size(), frame::kStageCount);
+        EXPECT_EQ(record["lastPicture"], hash.str());
 
         png_image image;
         const std::vector<std::uint8_t> last = ReadPng(options.out + "/frame.png", image);

@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <vector>
+
+#include "support/TempDir.h"
 
 #include "Look.h"
 
@@ -44,11 +47,11 @@ TEST(Options, GoodOnesReachTheirFields) {
     Options options;
     std::string error;
     ASSERT_EQ(
-        Parse({"--size", "640x360", "--model", "a b.obj", "--out=x=y", "--help"}, options, error),
+        Parse({"--size", "640x360", "--model", "a b.glb", "--out=x=y", "--help"}, options, error),
         ParseResult::Help);
     EXPECT_EQ(options.width, 640u);
     EXPECT_EQ(options.height, 360u);
-    EXPECT_EQ(options.model, "a b.obj");
+    EXPECT_EQ(options.model, "a b.glb");
     EXPECT_EQ(options.out, "x=y");
 }
 
@@ -68,6 +71,39 @@ TEST(ControlVars, GoodOnesAreSetAndListedBadOnesNamed) {
     for (const auto& [assignment, expected] : kBad) {
         EXPECT_FALSE(frame::ApplyControlVars({assignment}, error));
         EXPECT_EQ(error, expected);
+    }
+}
+
+TEST(Options, ComeFromAFileBeforeTheCommandLine) {
+    const test::TempDir directory;
+    const std::string file = directory.File("settings.json");
+    const struct {
+        const char* text;
+        std::string error;
+    } kCases[] = {
+        {R"({"frames": 7, "size": "320x200", "model": "é.glb", "cvar": ["a=1", "b=2"]})", ""},
+        {"[1]", ": not an object"},
+        {"{\"frames\": 7,\n\"out\" \"x\"}", ": line 2: Missing ':' after object member name"},
+        {R"({"frames": {}})", ": --frames wants no object"},
+        {R"({"frames": 0.5})", ": --frames wants a number from 1 to 100000, not '0.500000'"},
+        {R"({"fra\u0007mes\"": 1})", ": unknown option '--fra?mes'' (--help lists them)"},
+        {R"({"settings": "x"})",
+         ": --settings wants a JSON file, on the command line alone, not 'x'"},
+    };
+    for (const auto& each : kCases) {
+        std::ofstream(file, std::ios::binary) << each.text;
+        Options options;
+        std::string error;
+        const ParseResult result =
+            Parse({"--size", "64x48", "--settings", file.c_str()}, options, error);
+        EXPECT_EQ(result, each.error.empty() ? ParseResult::Run : ParseResult::Bad) << error;
+        EXPECT_EQ(error, each.error.empty() ? "" : file + each.error);
+        if (result == ParseResult::Run) {
+            EXPECT_EQ(options.frames, 7u);
+            EXPECT_EQ(options.width, 64u);
+            EXPECT_EQ(options.model, "é.glb");
+            EXPECT_EQ(options.controlVars, (std::vector<std::string>{"a=1", "b=2"}));
+        }
     }
 }
 

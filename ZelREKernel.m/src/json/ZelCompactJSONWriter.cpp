@@ -50,7 +50,7 @@ private:
     void PutString(const ZelJSONSlot& slot);
     void PutName(std::string_view name, Level& level);
     void PutName(const Key& key, Level& level);
-    Level Open(const ZelJSONSlot& container);
+    Level Open(const ZelJSONSlot& slot);
     void Close(const Level& level);
     const ZelJSONSlot* WriteUpToContainer(Level& level);
     const ZelJSONSlot* WriteUpToContainer(Level& level, ZelJSONElementCursor& cursor);
