@@ -41,10 +41,10 @@ TEST(vLoggerOutput, StartsAFileAfreshOnceInAProcess) {
     std::ofstream(file) << "from an earlier run\n";
     vLoggerOutput* const first = vLoggerOutput::Create(file.c_str());
     first->Write("first\n");
-    EXPECT_EQ(test::ReadFile(file), "first\n");  // flushed, and afresh
+    EXPECT_EQ(test::ReadText(file), "first\n");  // flushed, and afresh
     vLoggerOutput* const second = vLoggerOutput::Create(file.c_str());
     second->Write("second\n");
-    EXPECT_EQ(test::ReadFile(file), "first\nsecond\n");
+    EXPECT_EQ(test::ReadText(file), "first\nsecond\n");
     second->Release();
     first->Release();
 
@@ -53,7 +53,7 @@ TEST(vLoggerOutput, StartsAFileAfreshOnceInAProcess) {
     std::filesystem::create_directory(directory.Path() / "later");
     std::ofstream(later) << "from an earlier run\n";
     vLoggerOutput::Create(later.c_str())->Release();
-    EXPECT_EQ(test::ReadFile(later), "");
+    EXPECT_EQ(test::ReadText(later), "");
 }
 
 TEST(vLoggerOutput, AddsToTheCrashReportThatOutlivesIt) {

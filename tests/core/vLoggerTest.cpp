@@ -137,9 +137,9 @@ TEST(vLogger, KeepsItsTextUntilItMayBeFlushed) {
     profiling.SetOutput(file.c_str());
     EXPECT_EQ(profiling.GetOutputName(), file);
     ZKL::LogProfiling(vLogger::eProfiling, "b");
-    EXPECT_EQ(test::ReadFile(file), "");
+    EXPECT_EQ(test::ReadText(file), "");
     ZKL::LogProfilingFlush();
-    EXPECT_EQ(test::ReadFile(file), "a1 b");
+    EXPECT_EQ(test::ReadText(file), "a1 b");
     profiling.EndLog();
 
     // Without the mode a request does nothing, but every message is flushed.
@@ -149,9 +149,9 @@ TEST(vLogger, KeepsItsTextUntilItMayBeFlushed) {
     ZKL::LogDrawCall(vLogger::eDebug, "early");
     drawCall.SetOutput(draws.c_str());
     ZKL::LogDrawCallFlush();
-    EXPECT_EQ(test::ReadFile(draws), "");
+    EXPECT_EQ(test::ReadText(draws), "");
     ZKL::LogDrawCall(vLogger::eDebug, "late");
-    EXPECT_EQ(test::ReadFile(draws), "[DEBUG]\t : early\n[DEBUG]\t : late\n");
+    EXPECT_EQ(test::ReadText(draws), "[DEBUG]\t : early\n[DEBUG]\t : late\n");
     drawCall.EndLog();
 }
 
@@ -225,7 +225,7 @@ TEST(PipeliningChannel, IndentsAsItsWordsSay) {
     ZKL::LogPipelining(vLogger::eInfo, "\n");
     ZKL::LogPipelining(vLogger::eInfo, "pushtabs poptab poptab end\n");
     channel.EndLog();
-    EXPECT_EQ(test::ReadFile(file),
+    EXPECT_EQ(test::ReadText(file),
               "frame 1\n\tdraw  pushtab\n\t\t  two\n\n\tthree\npushtabs end\n");
 }
 
@@ -316,7 +316,7 @@ TEST_F(Flusher, StallsNobodyHoldsItsOutputsAndDropsWhatComesTooLate) {
     stopping.join();
     EXPECT_EQ(collected.Joined(), "[INFO]\t : 1\n[INFO]\t : 2\n<gone>");
     Log(logger, vLogger::eInfo, "direct");
-    EXPECT_EQ(test::ReadFile(directory.File("log")), "[INFO]\t : direct\n");
+    EXPECT_EQ(test::ReadText(directory.File("log")), "[INFO]\t : direct\n");
 }
 
 TEST(FlusherAtExit, WritesWhatIsQueued) {
@@ -327,7 +327,7 @@ TEST(FlusherAtExit, WritesWhatIsQueued) {
     for (int i = 0; i < 1000; ++i) {
         expected += "[INFO]\t : " + std::to_string(i) + "\n";
     }
-    EXPECT_EQ(test::ReadFile(file), expected);
+    EXPECT_EQ(test::ReadText(file), expected);
 }
 
 }  // namespace

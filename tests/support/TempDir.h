@@ -49,4 +49,10 @@ inline std::string ReadFile(const std::string& name) {
     return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
 }
 
+// The whole of a text file, whose lines end as the system ends them.
+inline std::string ReadText(const std::string& name) {
+    std::ifstream file(name);
+    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+}
+
 }  // namespace test

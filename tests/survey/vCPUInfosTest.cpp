@@ -35,7 +35,7 @@ TEST(vCPUInfos, SeveralFirstCallersGetOneRecordAndOneLineIsLogged) {
     EXPECT_GE(record.numaNodes, 1u);
     EXPECT_GE(record.cores, record.numaNodes);
     EXPECT_GE(record.logicalProcessors, record.cores);
-    EXPECT_EQ(test::ReadFile(directory.File("log")),
+    EXPECT_EQ(test::ReadText(directory.File("log")),
               std::string("AVX Support : ") + (ZKL::IsAVXSupported() ? "1" : "0") +
                   "\n, AVX2 Support : " + (ZKL::IsAVX2Supported() ? "1" : "0") + "\n");
     log.SetOutput("abendTrace");

@@ -114,7 +114,7 @@ TEST_F(vTaskManagerTest, TheWaitShowsInTheTrace) {
     profiler.TurnOff();
     ASSERT_TRUE(profiler.FlushProfiler());
     ZKL::vProfilerManager::DestroyInstance();
-    const std::string trace = test::ReadFile(directory.File("profiling.js"));
+    const std::string trace = test::ReadText(directory.File("profiling.js"));
     EXPECT_NE(trace.find(R"("ph":"B","name":"WaitTask")"), trace.npos) << trace;
     EXPECT_NE(trace.find(R"("args":{"flowName":"4711"})"), trace.npos) << trace;
 }

@@ -18,8 +18,8 @@ TEST(StreamOutput, GivesItsTextToAnAttachedDebuggerAlone) {
         GTEST_SKIP() << "a process may not be traced here";
     }
     ASSERT_EQ(result, 0);
-    EXPECT_EQ(test::ReadFile(out), "buffered ");
-    EXPECT_EQ(test::ReadFile(err), "to the debugger\n");
+    EXPECT_EQ(test::ReadText(out), "buffered ");
+    EXPECT_EQ(test::ReadText(err), "to the debugger\n");
 }
 
 }  // namespace

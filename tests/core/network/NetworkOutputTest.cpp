@@ -41,7 +41,7 @@ protected:
     static bool Reach(vLoggerOutput* output, const std::string& file, const std::string& mark) {
         return test::WaitUntil([&] {
             output->Write(mark);
-            return test::ReadFile(file).find(mark) != std::string::npos;
+            return test::ReadText(file).find(mark) != std::string::npos;
         });
     }
 
@@ -68,12 +68,12 @@ TEST_F(NetworkOutput, ServesTheViewerThatCameLastAndSaysGoodbye) {
     output->Write(std::string("the ") + std::string(100000, 'x') + " end\n");
     output->Release();
     ASSERT_TRUE(test::WaitUntil([&] {
-        return EndsWith(test::ReadFile(second), "<end>") &&
-               EndsWith(test::ReadFile(first), "<end>");
+        return EndsWith(test::ReadText(second), "<end>") &&
+               EndsWith(test::ReadText(first), "<end>");
     }));
-    EXPECT_EQ(test::ReadFile(first).find("KILL"), std::string::npos);
-    EXPECT_EQ(test::ReadFile(first).find("nobody"), std::string::npos);
-    EXPECT_TRUE(EndsWith(test::ReadFile(second), "xxx end\n--KILL_SOCKET--<end>"));
+    EXPECT_EQ(test::ReadText(first).find("KILL"), std::string::npos);
+    EXPECT_EQ(test::ReadText(first).find("nobody"), std::string::npos);
+    EXPECT_TRUE(EndsWith(test::ReadText(second), "xxx end\n--KILL_SOCKET--<end>"));
 }
 
 TEST_F(NetworkOutput, DropsAViewerThatDoesNotReadWithoutTearingALine) {
@@ -113,8 +113,8 @@ TEST_F(NetworkOutput, DropsAViewerThatDoesNotReadWithoutTearingALine) {
     StartViewer(file);
     EXPECT_TRUE(Reach(output, file, "welcome\n"));
     output->Release();
-    ASSERT_TRUE(test::WaitUntil([&] { return EndsWith(test::ReadFile(file), "<end>"); }));
-    EXPECT_TRUE(EndsWith(test::ReadFile(file), "welcome\n--KILL_SOCKET--<end>"));
+    ASSERT_TRUE(test::WaitUntil([&] { return EndsWith(test::ReadText(file), "<end>"); }));
+    EXPECT_TRUE(EndsWith(test::ReadText(file), "welcome\n--KILL_SOCKET--<end>"));
 }
 
 TEST_F(NetworkOutput, FinishesALineThatATimeOutCutAndDropsOthersWhole) {

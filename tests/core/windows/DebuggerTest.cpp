@@ -73,8 +73,8 @@ TEST(StreamOutput, GivesItsTextToAnAttachedDebuggerAlone) {
     EXPECT_EQ(debugger.exitCode, 0u);
     // Longer than what the system hands over at once.
     EXPECT_EQ(debugger.received, "to the debugger\n" + std::string(5000, 'x'));
-    EXPECT_EQ(test::ReadFile(out), "buffered ");
-    EXPECT_EQ(test::ReadFile(err), "");
+    EXPECT_EQ(test::ReadText(out), "buffered ");
+    EXPECT_EQ(test::ReadText(err), "");
 }
 
 }  // namespace

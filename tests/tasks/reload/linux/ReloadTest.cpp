@@ -54,7 +54,7 @@ TEST(Reload, NothingStaysWhenTheLibraryGoes) {
         ASSERT_TRUE(IsKernelLoaded());
         ASSERT_EQ(dlclose(library), 0);
         ASSERT_FALSE(IsKernelLoaded());
-        ASSERT_EQ(test::ReadFile(file), "[INFO]\t : round " + std::to_string(round) + "\n");
+        ASSERT_EQ(test::ReadText(file), "[INFO]\t : round " + std::to_string(round) + "\n");
         if (round == 20) {  // what is made once in a process is there by now
             threads = CountEntries("/proc/self/task");
             descriptors = CountEntries("/proc/self/fd");
