@@ -116,7 +116,7 @@ TEST(App, LeavesPicturesTraceLogAndSummary) {
         ASSERT_EQ(frame::RunApp(options), 0);
         EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
         const std::string summary = testing::internal::GetCapturedStdout();
-        EXPECT_EQ(test::ReadFile(options.out + "/summary.txt"), summary);
+        EXPECT_EQ(test::ReadText(options.out + "/summary.txt"), summary);
 
         const nlohmann::json record =
             nlohmann::json::parse(test::ReadFile(options.out + "/summary.json"));
@@ -136,12 +136,12 @@ TEST(App, LeavesPicturesTraceLogAndSummary) {
         EXPECT_EQ(compared, pictures.empty() ? compared : pictures);
         pictures = compared;
 
-        const std::string log = test::ReadFile(options.out + "/frame.log");
+        const std::string log = test::ReadText(options.out + "/frame.log");
         EXPECT_NE(log.find("[INFO]\t : Frame 4 has picture " + hash.str()), std::string::npos);
-        EXPECT_NE(test::ReadFile(options.out + "/graph.log")
+        EXPECT_NE(test::ReadText(options.out + "/graph.log")
                       .find("\t\ttransform 5\n\t\t\tshadow 16\n\t\t\tbin 2\n"),
                   std::string::npos);
-        const std::string stages = test::ReadFile(options.out + "/stages.log");
+        const std::string stages = test::ReadText(options.out + "/stages.log");
         EXPECT_EQ(std::count(stages.begin(), stages.end(), '\n'), 5);
         const std::string trace = test::ReadFile(options.out + "/profiling.js");
         EXPECT_EQ(trace.find("{\"traceEvents\":["), 0u);

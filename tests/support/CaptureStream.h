@@ -37,7 +37,7 @@ public:
     // Everything written so far.
     std::string Text() const {
         Flush();
-        return ReadFile(FileName());
+        return ReadText(FileName());
     }
 
 private:

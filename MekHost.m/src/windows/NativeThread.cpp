@@ -3,6 +3,7 @@
 #include <process.h>
 #include <windows.h>
 
+#include <cstddef>
 #include <limits>
 #include <memory>
 #include <new>
@@ -17,10 +18,45 @@ struct Start {
     std::wstring name;
     void (*entry)(void*);
     void* argument;
+    HANDLE begun = nullptr;    // the starter's, who waits for it
+    HANDLE left = nullptr;     // the thread's own
+    HMODULE module = nullptr;  // this library, which the thread holds
 };
 
-HANDLE HandleOf(std::uintptr_t handle) {
-    return reinterpret_cast<HANDLE>(handle);
+// What a thread handle stands for.
+struct Thread {
+    HANDLE thread = nullptr;
+    HANDLE left = nullptr;  // signalled when the thread's work is done
+};
+
+Thread* ThreadOf(std::uintptr_t handle) {
+    return reinterpret_cast<Thread*>(handle);
+}
+
+void Close(Thread* thread) {
+    CloseHandle(thread->thread);
+    CloseHandle(thread->left);
+    delete thread;
+}
+
+// While a library is loaded or unloaded its thread holds the loader's lock, and meanwhile no thread
+// can begin or end. So a thread tells that its work is done, from here and not from the library
+// whose work it was, and holds this library until it ends; and who starts a thread waits until it
+// has begun, so that it can be waited for under the lock later. No call tells who holds the lock;
+// the process's record has pointed to it since the first 64-bit system.
+bool HoldsLoaderLock() {
+    constexpr std::size_t kLoaderLock = 0x110;
+    const char* record = nullptr;
+    asm volatile("movq %%gs:0x60, %0" : "=r"(record));
+    const auto* const lock =
+        *reinterpret_cast<const CRITICAL_SECTION* const*>(record + kLoaderLock);
+    return reinterpret_cast<std::uintptr_t>(lock->OwningThread) == GetCurrentThreadId();
+}
+
+void Leave(HANDLE left, HMODULE module) {
+    SetEvent(left);
+    CloseHandle(left);
+    FreeLibraryAndExitThread(module, 0);
 }
 
 // Older systems know no thread names and lack the call.
@@ -35,14 +71,20 @@ void NameThisThread(const wchar_t* name) {
 }
 
 unsigned __stdcall Main(void* argument) {
-    const std::unique_ptr<Start> start(static_cast<Start*>(argument));
-    if (!start->entry) {
-        return 0;  // its processor was refused
-    }
+    std::unique_ptr<Start> start(static_cast<Start*>(argument));
     if (!start->name.empty()) {
-        NameThisThread(start->name.c_str());
+        NameThisThread(start->name.c_str());  // which takes the loader's lock, too
     }
-    start->entry(start->argument);
+    if (start->begun) {
+        SetEvent(start->begun);
+    }
+    if (start->entry) {  // else its processor was refused
+        start->entry(start->argument);
+    }
+    const HANDLE left = start->left;
+    const HMODULE module = start->module;
+    start.reset();
+    Leave(left, module);
     return 0;
 }
 
@@ -70,38 +112,64 @@ std::int32_t StartThread(const ThreadSettings& settings, void (*entry)(void*), v
         return kMekOutOfMemory;
     }
     std::unique_ptr<Start> start(new (std::nothrow) Start{ToWide(settings.name), entry, argument});
-    if (!start) {
+    std::unique_ptr<Thread> made(new (std::nothrow) Thread);
+    if (!start || !made) {
         return kMekOutOfMemory;
     }
+    made->left = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    const HANDLE self = GetCurrentProcess();
+    if (!made->left ||
+        !DuplicateHandle(self, made->left, self, &start->left, 0, FALSE, DUPLICATE_SAME_ACCESS)) {
+        CloseHandle(made->left);
+        return kMekOutOfMemory;
+    }
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<PCWSTR>(&Main),
+                       &start->module);
     // The run-time's own call, so that it can set up and clear away what it keeps per thread.
     const std::uintptr_t thread =
         _beginthreadex(nullptr, static_cast<unsigned>(settings.stackBytes), &Main, start.get(),
                        CREATE_SUSPENDED | STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
     if (thread == 0) {
+        CloseHandle(made->left);
+        CloseHandle(start->left);
+        FreeLibrary(start->module);
         return kMekOutOfMemory;
     }
-    const bool isBound = settings.processor < 0 ||
-                         BindTo(HandleOf(thread), static_cast<unsigned>(settings.processor));
+    made->thread = reinterpret_cast<HANDLE>(thread);
+    const bool isBound =
+        settings.processor < 0 || BindTo(made->thread, static_cast<unsigned>(settings.processor));
     if (!isBound) {
         start->entry = nullptr;
     }
+    const HANDLE begun = HoldsLoaderLock() ? nullptr : CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    start->begun = begun;
     static_cast<void>(start.release());  // Main's from here on
-    ResumeThread(HandleOf(thread));
+    ResumeThread(made->thread);
+    if (begun) {
+        WaitForSingleObject(begun, INFINITE);
+        CloseHandle(begun);
+    }
+    *handle = reinterpret_cast<std::uintptr_t>(made.release());
     if (!isBound) {
-        JoinThread(thread);
+        JoinThread(*handle);
         return kMekInvalidParameter;
     }
-    *handle = thread;
     return kMekOk;
 }
 
 void JoinThread(std::uintptr_t handle) {
-    WaitForSingleObject(HandleOf(handle), INFINITE);
-    CloseHandle(HandleOf(handle));
+    Thread* const thread = ThreadOf(handle);
+    // The thread's end comes first where the process ends and the system has ended the thread.
+    const HANDLE either[] = {thread->thread, thread->left};
+    WaitForMultipleObjects(2, either, FALSE, INFINITE);
+    if (!HoldsLoaderLock()) {
+        WaitForSingleObject(thread->thread, INFINITE);
+    }
+    Close(thread);
 }
 
 void DetachThread(std::uintptr_t handle) {
-    CloseHandle(HandleOf(handle));
+    Close(ThreadOf(handle));
 }
 
 const void* ThisThread() {

@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "ZelREKernel/core/vCPUInfos.h"
+#include "base/LibraryEnd.h"
 #include "base/NativeLibrary.h"
 
 namespace ZKL {
@@ -20,32 +21,44 @@ int MaximumConcurrency() {
     return cores > 0 ? cores : tbb::task_arena::automatic;
 }
 
-struct Arena {
+struct Scheduling {
+    tbb::task_scheduler_handle scheduler{tbb::attach{}};
+    tbb::task_arena arena{MaximumConcurrency(), kReservedSlots, tbb::task_arena::priority::normal};
+};
+
+class Arena {
+public:
     // A thread that ever entered an arena runs a clean-up of oneTBB's when it ends, which may be
-    // after this library, and with it the last user of oneTBB, is unloaded.
-    // The text stands in oneTBB; a function's address may be that of a jump in this library.
+    // after this library, and with it the last user of oneTBB, is unloaded. The text stands in
+    // oneTBB; a function's address may be that of a jump in this library.
     Arena() { KeepLibraryLoaded(TBB_runtime_version()); }
     // oneTBB's own threads leave an arena when they get to it. Waiting for them keeps them from
     // returning through code that is no longer there.
     ~Arena() {
-        arena.terminate();
-        if (!tbb::finalize(scheduler, std::nothrow)) {
+        if (AreThreadsGone()) {
+            return;  // a lock that one of them held is held for ever
+        }
+        scheduling_->arena.terminate();
+        if (!CanThreadsEndMeanwhile() || !tbb::finalize(scheduling_->scheduler, std::nothrow)) {
             // Another thread of the host still counts as one of oneTBB's, and then nothing tells
             // when a worker has returned from its last task, which takes it a few instructions of
             // this library's. Time enough for that is all that can be given.
             std::this_thread::sleep_for(kReturnFromTask);
         }
+        delete scheduling_;
     }
 
-    tbb::task_scheduler_handle scheduler{tbb::attach{}};
-    tbb::task_arena arena{MaximumConcurrency(), kReservedSlots, tbb::task_arena::priority::normal};
+    tbb::task_arena& Get() noexcept { return scheduling_->arena; }
+
+private:
+    Scheduling* const scheduling_ = new Scheduling;
 };
 
 }  // namespace
 
 tbb::task_arena& vThreadPoolManager::GetTBBThreadPool(unsigned int) {
     static Arena s_arena;
-    return s_arena.arena;
+    return s_arena.Get();
 }
 
 void vThreadPoolManager::DestroyThreadPool() {

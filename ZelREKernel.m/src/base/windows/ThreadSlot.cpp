@@ -7,6 +7,7 @@
 #include <system_error>
 
 #include "ZelREKernel/base/vSlimLock.h"
+#include "base/windows/ThreadExit.h"
 
 namespace ZKL {
 namespace {
@@ -35,7 +36,9 @@ Entries CopyEntries() noexcept {
     return s_entries;
 }
 
-void OnThreadEnd() noexcept {
+}  // namespace
+
+void CallThreadExitFunctions() noexcept {
     for (const Entry& entry : CopyEntries()) {
         if (entry.onThreadExit == nullptr) {
             continue;
@@ -46,8 +49,6 @@ void OnThreadEnd() noexcept {
         }
     }
 }
-
-}  // namespace
 
 ThreadSlot::ThreadSlot(ExitFunction onThreadExit) {
     const std::lock_guard guard(s_lock);
@@ -81,11 +82,3 @@ bool ThreadSlot::Set(void* value) noexcept {
 }
 
 }  // namespace ZKL
-
-// The loader's notices to this library.
-extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {
-    if (reason == DLL_THREAD_DETACH) {
-        ZKL::OnThreadEnd();
-    }
-    return TRUE;
-}
