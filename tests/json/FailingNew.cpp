@@ -31,16 +31,21 @@ void test::FailingNew::Stop() noexcept {
     s_left = SIZE_MAX;
 }
 
+bool test::MayAllocate() noexcept {
+    const bool may = s_left != 0;
+    s_left -= may && s_left != SIZE_MAX ? 1 : 0;
+    return may;
+}
+
 std::ptrdiff_t test::LiveBlocks() noexcept {
     return s_live;
 }
 
 void* operator new(std::size_t size) {
-    void* const block = s_left != 0 ? std::malloc(size != 0 ? size : 1) : nullptr;
+    void* const block = test::MayAllocate() ? std::malloc(size != 0 ? size : 1) : nullptr;
     if (block == nullptr) {
         throw std::bad_alloc();
     }
-    s_left -= s_left != SIZE_MAX ? 1 : 0;
     ++s_live;
     return block;
 }

@@ -1,7 +1,8 @@
 #pragma once
 
-// Makes operator new fail, and counts what it gave out. Replaced for the whole test program; on
-// Windows the library has an operator new of its own, which this does not reach.
+// Makes operator new and the aligned heap fail, and counts what operator new gave out. Replaced for
+// the whole test program; on Windows the library has an operator new and a heap of its own, which
+// this does not reach.
 
 #include <cstddef>
 
@@ -19,6 +20,9 @@ public:
     // Ends it early.
     static void Stop() noexcept;
 };
+
+// Whether the calling thread's next allocation may succeed; counts it.
+bool MayAllocate() noexcept;
 
 // Blocks that the calling thread has allocated and not given back.
 std::ptrdiff_t LiveBlocks() noexcept;

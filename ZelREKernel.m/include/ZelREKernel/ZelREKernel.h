@@ -34,6 +34,7 @@
 #include "ZelREKernel/diagnostics/vProcessLauncher.h"
 #include "ZelREKernel/json/ZelCompactJSONWriter.h"
 #include "ZelREKernel/json/ZelFancyJSONWriter.h"
+#include "ZelREKernel/json/ZelJSONErrorText.h"
 #include "ZelREKernel/json/ZelJSONRange.h"
 #include "ZelREKernel/json/ZelJSONReader.h"
 #include "ZelREKernel/json/ZelJSONSlot.h"

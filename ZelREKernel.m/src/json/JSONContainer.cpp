@@ -89,45 +89,30 @@ Key OwnKey(std::string_view name) {
 
 }  // namespace
 
-Container* NewContainer(std::size_t bytes, std::uint16_t flags, BlockWriter* blocks) {
-    const std::size_t size = sizeof(Container) + bytes;
-    Container* container;
-    if (blocks != nullptr && size <= BlockWriter::kLargestPiece) {
-        container = ::new (blocks->Piece(size)) Container;
-        flags =
-            static_cast<std::uint16_t>(flags | Container::kHomeInBlock | blocks->Units(container));
-    } else {
-        container = ::new (Allocate(size)) Container;
-    }
+Container* NewContainerOnHeap(std::size_t bytes, std::uint16_t flags) {
+    auto* const container = ::new (Allocate(sizeof(Container) + bytes)) Container;
     container->flags = flags;
     return container;
 }
 
-Block* FreeContainer(Container* container) noexcept {
-    if (container->Has(Container::kExtended)) {
-        if (container->Has(Container::kOfMembers)) {
-            ObjectExtension* const tail = container->ObjectTail();
-            for (auto& [key, value] : tail->added) {
-                if (key.IsLong()) {
-                    Free(const_cast<char*>(key.longer.pointer));
-                }
+void FreeExtension(Container& container) noexcept {
+    if (container.Has(Container::kOfMembers)) {
+        ObjectExtension* const tail = container.ObjectTail();
+        for (const auto& [key, value] : tail->added) {
+            if (key.IsLong()) {
+                Free(const_cast<char*>(key.longer.pointer));
             }
-            tail->~ObjectExtension();
-            Free(tail);
-        } else {
-            ArrayExtension* const tail = container->ArrayTail();
-            for (ZelJSONSlot* const segment : tail->segments) {
-                Free(segment);
-            }
-            tail->~ArrayExtension();
-            Free(tail);
         }
+        tail->~ObjectExtension();
+        Free(tail);
+    } else {
+        ArrayExtension* const tail = container.ArrayTail();
+        for (ZelJSONSlot* const segment : tail->segments) {
+            Free(segment);
+        }
+        tail->~ArrayExtension();
+        Free(tail);
     }
-    if (container->Has(Container::kHomeInBlock)) {
-        return Block::Of(container, container->flags & Container::kBlockUnits);
-    }
-    Free(container);
-    return nullptr;
 }
 
 ZelJSONSlot* FindElement(Container* array, std::uint32_t index) noexcept {
@@ -152,7 +137,7 @@ ZelJSONSlot* FindElement(Container* array, std::uint32_t index) noexcept {
 ZelJSONSlot& AddElement(ZelJSONSlot& array, std::uint32_t index) {
     Container* container = ContainerOf(array);
     if (container == nullptr) {
-        container = NewContainer(kFirstRunOfArray * sizeof(ZelJSONSlot), 0, nullptr);
+        container = NewContainerOnHeap(kFirstRunOfArray * sizeof(ZelJSONSlot), 0);
         container->capacity = kFirstRunOfArray;
         array.payload.container = container;
     }
@@ -171,7 +156,7 @@ ZelJSONSlot& AddElement(ZelJSONSlot& array, std::uint32_t index) {
 
 void AppendElements(ZelJSONSlot& array, ZelJSONSlot* elements, std::uint32_t count) {
     if (ContainerOf(array) == nullptr) {
-        array.payload.container = NewContainer(kLongestRun * sizeof(ZelJSONSlot), 0, nullptr);
+        array.payload.container = NewContainerOnHeap(kLongestRun * sizeof(ZelJSONSlot), 0);
         ContainerOf(array)->capacity = kLongestRun;
     }
     Container& container = *ContainerOf(array);
@@ -210,7 +195,7 @@ ZelJSONSlot* FindMember(Container* object, std::string_view name) noexcept {
 
 ZelJSONSlot& AddMember(ZelJSONSlot& object, std::string_view name) {
     if (ContainerOf(object) == nullptr) {
-        object.payload.container = NewContainer(0, Container::kOfMembers, nullptr);
+        object.payload.container = NewContainerOnHeap(0, Container::kOfMembers);
     }
     Container* const container = ContainerOf(object);
     container->flags = static_cast<std::uint16_t>(container->flags & ~Container::kPlain);

@@ -105,11 +105,33 @@ inline Container* ContainerOf(const ZelJSONSlot& slot) noexcept {
     return static_cast<Container*>(slot.payload.container);
 }
 
-// A container with room for `bytes` behind its header; `blocks` may be null for the heap. Throws.
-Container* NewContainer(std::size_t bytes, std::uint16_t flags, BlockWriter* blocks);
-// Gives back the memory of a container whose contents are gone; `block` gets what has to be
-// released there instead, or null.
-Block* FreeContainer(Container* container) noexcept;
+// A container with room for `bytes` behind its header. Throws std::bad_alloc.
+Container* NewContainerOnHeap(std::size_t bytes, std::uint16_t flags);
+inline Container* NewContainer(std::size_t bytes, std::uint16_t flags, BlockWriter& blocks) {
+    const std::size_t size = sizeof(Container) + bytes;
+    if (size > BlockWriter::kLargestPiece) {
+        return NewContainerOnHeap(bytes, flags);
+    }
+    auto* const container = ::new (blocks.Piece(size)) Container;
+    container->flags =
+        static_cast<std::uint16_t>(flags | Container::kHomeInBlock | blocks.Units(container));
+    return container;
+}
+
+// Gives back an extension whose contents are gone.
+void FreeExtension(Container& container) noexcept;
+// Gives back the memory of a container whose contents are gone. Returns the block that has to be
+// told instead, or null.
+inline Block* FreeContainer(Container* container) noexcept {
+    if (container->Has(Container::kExtended)) {
+        FreeExtension(*container);
+    }
+    if (container->Has(Container::kHomeInBlock)) {
+        return Block::Of(container, container->flags & Container::kBlockUnits);
+    }
+    Free(container);
+    return nullptr;
+}
 
 // Elements of an array slot. Find returns null for an absent one, Add finds or inserts a null one.
 ZelJSONSlot* FindElement(Container* array, std::uint32_t index) noexcept;

@@ -61,10 +61,6 @@ constexpr auto kPowersOfFive = [] {
     return powers;
 }();
 
-constexpr std::array<double, 23> kPowersOfTen = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
-                                                 1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
-                                                 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
-
 struct Product {
     std::uint64_t high;
     std::uint64_t low;
@@ -130,14 +126,7 @@ bool IsForDouble(const char* first, const char* last) noexcept {
 
 }  // namespace
 
-bool QuickDouble(std::uint64_t digits, int exponent, double& value) noexcept {
-    constexpr std::uint64_t kExact = std::uint64_t{1} << 53;
-    if (digits <= kExact && exponent >= -22 && exponent <= 22) {
-        const auto exact = static_cast<double>(digits);
-        value = exponent < 0 ? exact / kPowersOfTen[static_cast<std::size_t>(-exponent)]
-                             : exact * kPowersOfTen[static_cast<std::size_t>(exponent)];
-        return true;
-    }
+bool ScaleDigits(std::uint64_t digits, int exponent, double& value) noexcept {
     return digits != 0 && exponent >= kLeast && exponent <= kMost && Scale(digits, exponent, value);
 }
 

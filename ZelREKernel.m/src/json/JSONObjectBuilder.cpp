@@ -72,7 +72,7 @@ Container* MakeRun(Cell* cells, const Index* order, std::uint32_t count, BlockWr
         names += key.IsLong() ? key.longer.length : 0;
     }
     Container* const object =
-        NewContainer(count * sizeof(Member) + names, Container::kOfMembers, &blocks);
+        NewContainer(count * sizeof(Member) + names, Container::kOfMembers, blocks);
     object->count = count;
     Member* member = object->Members();
     char* text = reinterpret_cast<char*>(member + count);
@@ -101,17 +101,16 @@ Container* ObjectBuilder::Build(Cell* cells, std::uint32_t count, BlockWriter& b
         const std::uint8_t only = 0;
         return MakeRun(cells, &only, 1, blocks);
     }
-    if (kept_.empty()) {
-        kept_.resize(kKept);
-    }
     const std::uint64_t mix =
         (cells[0].key.Prefix() ^ cells[count - 1].key.Prefix() * 3 ^ count) * 0x9E3779B97F4A7C15u;
+    static_assert(kKept == 64);
     Order& order = kept_[mix >> 58];
-    if (order.count != count || !Ascend(cells, order.index, count)) {
+    std::uint8_t& kept = counts_[mix >> 58];
+    if (kept != count || !Ascend(cells, order.index, count)) {
         SortFew(cells, order.index, count);
         const std::uint32_t left = DropRepetitions(cells, order.index, count);
         // An order for fewer names than stand on the stack is of no use to the next object.
-        order.count = left == count ? count : 0;
+        kept = static_cast<std::uint8_t>(left == count ? count : 0);
         count = left;
     }
     return MakeRun(cells, order.index, count, blocks);

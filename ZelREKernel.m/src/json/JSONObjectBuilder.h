@@ -5,7 +5,6 @@
 // tried on the next one of its kind, and checking an order is far cheaper than finding it.
 
 #include <cstdint>
-#include <vector>
 
 #include "json/JSONContainer.h"
 
@@ -20,6 +19,9 @@ static_assert(sizeof(Cell) == 2 * sizeof(ZelJSONSlot));
 
 class ObjectBuilder {
 public:
+    // Leaves the orders as they are: most documents need few of them.
+    ObjectBuilder() noexcept {}
+
     // Moves `count` members (at least one) into a new container. Of equal names the last one stays,
     // the other values are given back. Throws std::bad_alloc and leaves the cells as they are.
     Container* Build(Cell* cells, std::uint32_t count, BlockWriter& blocks);
@@ -31,13 +33,13 @@ private:
     static constexpr std::size_t kKept = 64;
 
     struct Order {
-        std::uint32_t count = 0;
         std::uint8_t index[kMostKept];
     };
 
     Container* BuildLarge(Cell* cells, std::uint32_t count, BlockWriter& blocks);
 
-    std::vector<Order> kept_;
+    std::uint8_t counts_[kKept] = {};  // 0: none kept
+    Order kept_[kKept];
 };
 
 }  // namespace ZelJSON

@@ -20,7 +20,7 @@ namespace {
 class StrictParser {
 public:
     explicit StrictParser(const std::string& document)
-        : last_(document.data() + document.size()), blocks_(2 * document.size()), strings_(last_) {}
+        : last_(document.data() + document.size()), blocks_(3 * document.size()), strings_(last_) {}
     StrictParser(const StrictParser&) = delete;
     StrictParser& operator=(const StrictParser&) = delete;
     ~StrictParser();
@@ -95,19 +95,39 @@ inline const char* SkipBlanks(const char* p, const char* last) noexcept {
     return p;
 }
 
-// Eight digits at once: pairs, then fours, then all of them.
-inline bool AreEightDigits(std::uint64_t text) noexcept {
-    return (((text + 0x4646464646464646u) | (text - 0x3030303030303030u)) & 0x8080808080808080u) ==
-           0;
-}
-inline std::uint64_t EightDigits(std::uint64_t text) noexcept {
-    text -= 0x3030303030303030u;
-    text = text * 10 + (text >> 8);
-    constexpr std::uint64_t kMask = 0x000000FF000000FFu;
-    constexpr std::uint64_t kFirst = 0x000F424000000064u;   // 100 + (1000000 << 32)
-    constexpr std::uint64_t kSecond = 0x0000271000000001u;  // 1 + (10000 << 32)
-    return static_cast<std::uint32_t>(((text & kMask) * kFirst + (text >> 16 & kMask) * kSecond) >>
-                                      32);
+// The number of digits at `p`, eight at a time; appends them to `digits`. Documents have numbers of
+// all lengths, and a loop that ends at a length nobody foresaw costs more than the digits do.
+inline const char* ReadDigits(const char* p, const char* last, std::uint64_t& digits) noexcept {
+    static constexpr std::uint64_t kPowers[] = {1,      10,      100,      1000,     10000,
+                                                100000, 1000000, 10000000, 100000000};
+    while (last - p >= 8) {
+        std::uint64_t text;
+        std::memcpy(&text, p, sizeof text);
+        text ^= 0x3030303030303030u;
+        // The top bit of each byte that is no digit; above the first of them it may lie.
+        const std::uint64_t others = ((text + 0x7676767676767676u) | text) & 0x8080808080808080u;
+        const auto count = static_cast<unsigned>(std::countr_zero(others)) / 8;
+        if (count == 0) {
+            return p;
+        }
+        // Missing digits become zeros in front; then pairs, fours, all eight.
+        text <<= 64 - 8 * count;
+        text = text * 10 + (text >> 8);
+        constexpr std::uint64_t kMask = 0x000000FF000000FFu;
+        constexpr std::uint64_t kFirst = 0x000F424000000064u;   // 100 + (1000000 << 32)
+        constexpr std::uint64_t kSecond = 0x0000271000000001u;  // 1 + (10000 << 32)
+        digits = digits * kPowers[count] +
+                 static_cast<std::uint32_t>(
+                     ((text & kMask) * kFirst + (text >> 16 & kMask) * kSecond) >> 32);
+        p += count;
+        if (count < 8) {
+            return p;
+        }
+    }
+    for (; IsDigit(*p); ++p) {
+        digits = digits * 10 + static_cast<std::uint64_t>(*p - '0');
+    }
+    return p;
 }
 
 StrictParser::~StrictParser() {
@@ -126,19 +146,16 @@ const char* StrictParser::ReadWord(const char* p, ZelJSONSlot& slot) const noexc
         return static_cast<std::size_t>(last_ - p) >= word.size() &&
                std::memcmp(p, word.data(), word.size()) == 0;
     };
-    slot.payload.bits = 0;
-    slot.aux = 0;
     if (matches("true")) {
-        slot.payload.boolean = true;
-        slot.type = kBoolean;
+        StoreSlot(slot, 1, kBoolean);
         return p + 4;
     }
     if (matches("null")) {
-        slot.type = kNull;
+        StoreSlot(slot, 0, kNull);
         return p + 4;
     }
     if (matches("false")) {
-        slot.type = kBoolean;
+        StoreSlot(slot, 0, kBoolean);
         return p + 5;
     }
     for (const std::string_view number : {"NaN", "Infinity", "-Infinity"}) {
@@ -157,9 +174,11 @@ inline const char* StrictParser::ReadNumber(const char* p, ZelJSONSlot& slot) co
     p += negative ? 1 : 0;
     const char* const first = p;
     std::uint64_t digits = 0;
-    while (IsDigit(*p)) {
-        digits = digits * 10 + static_cast<std::uint64_t>(*p - '0');
-        ++p;
+    // A single digit is so common before a point that guessing it right pays.
+    if (IsDigit(*p) && !IsDigit(p[1])) {
+        digits = static_cast<std::uint64_t>(*p++ - '0');
+    } else {
+        p = ReadDigits(p, last_, digits);
     }
     const auto count = p - first;
     if (count == 0 || (*first == '0' && count > 1)) {
@@ -192,15 +211,7 @@ inline const char* StrictParser::ReadReal(const char* start, const char* p, std:
             }
         }
         const char* const significant = p;
-        std::uint64_t text;
-        while (last_ - p >= 8 && (std::memcpy(&text, p, 8), AreEightDigits(text))) {
-            digits = digits * 100000000 + EightDigits(text);
-            p += 8;
-        }
-        while (IsDigit(*p)) {
-            digits = digits * 10 + static_cast<std::uint64_t>(*p - '0');
-            ++p;
-        }
+        p = ReadDigits(p, last_, digits);
         if (p == fraction) {
             return nullptr;
         }
@@ -227,7 +238,8 @@ inline const char* StrictParser::ReadReal(const char* start, const char* p, std:
     if (count > 19 || !QuickDouble(digits, exponent, value)) {
         return ReadOddNumber(start, p, slot);
     }
-    SetDouble(slot, *start == '-' ? -value : value);
+    const std::uint64_t sign = std::uint64_t{*start == '-'} << 63;
+    SetDouble(slot, std::bit_cast<double>(std::bit_cast<std::uint64_t>(value) | sign));
     return p;
 }
 
@@ -292,7 +304,7 @@ inline void StrictParser::CloseArray() {
     if (open_->payload.container != nullptr || count > kLongestRun) {
         AppendElements(*open_, open_ + 1, count);
     } else if (count != 0) {
-        Container* const array = NewContainer(count * sizeof(ZelJSONSlot), 0, &blocks_);
+        Container* const array = NewContainer(count * sizeof(ZelJSONSlot), 0, blocks_);
         array->count = count;
         array->capacity = static_cast<std::uint16_t>(count);
         ZelJSONSlot* const to = array->Slots();
@@ -414,7 +426,21 @@ element:
     if (top_ >= limit_) {
         Grow();
     }
-    goto value;
+    p = SkipBlanks(p, last_);
+    if (*p > '9' || *p == '"') {
+        goto value;
+    }
+    // Numbers come in rows: round the shortest loop as long as they do.
+    p = ReadNumber(p, *top_);
+    if (p == nullptr) {
+        return false;
+    }
+    ++top_;
+    if (*p == ',') {
+        ++p;
+        goto element;
+    }
+    goto done;
 }
 
 }  // namespace

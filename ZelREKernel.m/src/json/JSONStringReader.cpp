@@ -158,14 +158,14 @@ const char* StringReader::ReadLongName(const char* p, Key& key) {
         key = Key({p, static_cast<std::size_t>(end - p)});
         return end + 1;
     }
-    std::string& name = names_.emplace_back(static_cast<std::size_t>(end - p + kStep), '\0');
+    std::string& name = names_.emplace_front(static_cast<std::size_t>(end - p + kStep), '\0');
     const char* const nameEnd = Decode(p, end, name.data());
     if (nameEnd == nullptr) {
         return nullptr;
     }
     key = Key({name.data(), static_cast<std::size_t>(nameEnd - name.data())});
     if (!key.IsLong()) {
-        names_.pop_back();
+        names_.pop_front();
     }
     return end + 1;
 }

@@ -6,7 +6,7 @@
 #include <emmintrin.h>
 
 #include <bit>
-#include <deque>
+#include <forward_list>
 #include <string>
 
 #include "json/JSONText.h"
@@ -128,7 +128,7 @@ private:
 
     const char* last_;
     std::string decoded_;
-    std::deque<std::string> names_;
+    std::forward_list<std::string> names_;
 };
 
 }  // namespace ZelJSON

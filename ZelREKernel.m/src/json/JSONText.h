@@ -4,6 +4,8 @@
 // name of up to 15 in its key; what is longer is text elsewhere. The last byte of the text's part
 // tells: the free bytes of an inline text (so a full one ends in its own zero), or a flag.
 
+#include <emmintrin.h>
+
 #include <cstdint>
 #include <cstring>
 #include <string_view>
@@ -27,6 +29,14 @@ enum Type : std::uint32_t {
     kArray = 9,
     kObject = 10
 };
+
+// Stores a whole slot at once: it is copied as one word soon, which has to wait when it was written
+// in pieces.
+inline void StoreSlot(ZelJSONSlot& slot, std::uint64_t bits, std::uint32_t type) noexcept {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(&slot),
+                     _mm_set_epi64x(static_cast<std::int64_t>(std::uint64_t{type} << 32),
+                                    static_cast<std::int64_t>(bits)));
+}
 
 // The aux word of a string. Inline: 11 minus the length in the top byte, text below. On the heap:
 // the length in 24 bits. In a block: 12 bits of block units, 12 bits of length. All ones in a

@@ -23,8 +23,13 @@ public:
             TakeText(slot);
         } else if (slot.type == kArray || slot.type == kObject) {
             if (Container* const container = ContainerOf(slot)) {
-                Next(*container) = pending_;
-                pending_ = container;
+                if (container->Has(Container::kPlain) && container->Has(Container::kHomeInBlock) &&
+                    !container->Has(Container::kExtended)) {
+                    Count(FreeContainer(container));
+                } else {
+                    Next(*container) = pending_;
+                    pending_ = container;
+                }
             }
         }
     }
@@ -137,7 +142,7 @@ private:
         const ArrayExtension* const tail = from.ArrayTail();
         const std::uint32_t dense = from.count + (tail != nullptr ? tail->dense : 0);
         const std::uint32_t inRun = std::min(dense, kLongestRun);
-        Container* const copy = NewContainer(inRun * sizeof(ZelJSONSlot), 0, &blocks_);
+        Container* const copy = NewContainer(inRun * sizeof(ZelJSONSlot), 0, blocks_);
         copy->capacity = static_cast<std::uint16_t>(inRun);
         to.payload.container = copy;
         for (ElementRun run = FirstRun(&from); run.first != run.last; run = NextRun(&from, run)) {
@@ -155,7 +160,7 @@ private:
             names += key.IsLong() ? key.longer.length : 0;
         });
         Container* const copy =
-            NewContainer(count * sizeof(Member) + names, Container::kOfMembers, &blocks_);
+            NewContainer(count * sizeof(Member) + names, Container::kOfMembers, blocks_);
         to.payload.container = copy;
         Member* member = copy->Members();
         char* text = reinterpret_cast<char*>(member + count);

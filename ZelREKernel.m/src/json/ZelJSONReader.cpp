@@ -1,6 +1,7 @@
 #include "ZelREKernel/json/ZelJSONReader.h"
 
 #include <cstring>
+#include <iterator>
 #include <string_view>
 
 #include "json/JSONStrictParser.h"
@@ -17,14 +18,8 @@ bool ZelJSONReader::Parse(const std::string& document, ZelJSONValue& root) {
         root = std::move(value);
         return true;
     }
-    errorsBefore_.push_back(errors_.size());
-    try {
-        documents_.push_back(document);
-    } catch (...) {
-        errorsBefore_.pop_back();
-        throw;
-    }
-    current_ = documents_.back().data();
+    documents_.push_back({document, errors_.size()});
+    current_ = documents_.back().text.data();
     end_ = current_ + document.size();
     nodes_.push_back(&root);
     const bool succeeded = ReadValue();
@@ -33,20 +28,19 @@ bool ZelJSONReader::Parse(const std::string& document, ZelJSONValue& root) {
         ReadToken(token);
     } while (allowComments_ && token.type == commentToken);
     nodes_.clear();
-    if (errors_.size() == errorsBefore_.back()) {
+    if (errors_.size() == documents_.back().errorsBefore) {
         current_ = end_ = nullptr;
         documents_.pop_back();
-        errorsBefore_.pop_back();
     }
     return succeeded;
 }
 
 const std::string& ZelJSONReader::GetErrorDocument(std::size_t index) const noexcept {
-    std::size_t at = documents_.size() - 1;
-    while (errorsBefore_[at] > index) {
+    auto at = std::prev(documents_.end());
+    while (at->errorsBefore > index) {
         --at;
     }
-    return documents_[at];
+    return at->text;
 }
 
 void ZelJSONReader::SkipSpaces() noexcept {

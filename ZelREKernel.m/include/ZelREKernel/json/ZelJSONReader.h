@@ -10,7 +10,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <list>
 #include <string>
+#include <vector>
 
 #include "ZelREKernel/ZelREKernelExport.h"
 #include "ZelREKernel/json/ZelJSONValue.h"
@@ -70,6 +72,10 @@ public:
 private:
     using iterator = const char*;
 
+    struct Document {
+        std::string text;
+        std::size_t errorsBefore;  // in the list, in front of its own
+    };
     // An open array or object; its value is on the node stack.
     struct Level {
         TokenType open = arrayOpen;
@@ -112,13 +118,12 @@ private:
     bool RecoverFromError(TokenType skipUntil);
 
     bool allowComments_ = false;
-    bool strictRoot_ = false;            // nothing reads it
-    std::deque<std::string> documents_;  // of the parses that left errors
+    bool strictRoot_ = false;        // nothing reads it
+    std::list<Document> documents_;  // of the parses that left errors
     iterator current_ = nullptr;
     std::deque<ErrorInfo> errors_;
-    std::deque<ZelJSONValue*> nodes_;
+    std::vector<ZelJSONValue*> nodes_;
 
     iterator end_ = nullptr;
-    std::deque<Level> levels_;
-    std::deque<std::size_t> errorsBefore_;  // of each document: the errors in front of its own
+    std::vector<Level> levels_;
 };
