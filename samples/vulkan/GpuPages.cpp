@@ -18,7 +18,7 @@ GpuPages::~GpuPages() {
 }
 
 void GpuPages::Place(std::uint64_t tag, VkDeviceSize size, Address address) {
-    const VkBuffer buffer = gpu_.CreateBuffer(size);
+    VkBuffer buffer = gpu_.CreateBuffer(size);
     const VkMemoryRequirements requirements = gpu_.Requirements(buffer);
     if (requirements.alignment > alignment_ || requirements.size > size) {
         throw std::runtime_error("a buffer needs more than was allocated for it");
@@ -37,7 +37,7 @@ bool GpuPages::AllocateLargePage(const Address& address, std::uint64_t size, std
 }
 
 bool GpuPages::AllocatePage(std::uint64_t page, std::uint64_t size) {
-    const VkDeviceMemory memory = gpu_.AllocateMemory(size, false);
+    VkDeviceMemory memory = gpu_.AllocateMemory(size, false);
     if (memory == VK_NULL_HANDLE) {
         return false;
     }
@@ -60,8 +60,8 @@ bool GpuPages::BeginDefragment(std::uint64_t freeBlockCount) {
 
 void GpuPages::MoveBlocks(const Address& to, const Address& from, std::uint64_t size,
                           const Block* blocks, std::uint32_t count) {
-    const VkBuffer source = pages_.at(from.page).whole;
-    const VkBuffer target = pages_.at(to.page).whole;
+    VkBuffer source = pages_.at(from.page).whole;
+    VkBuffer target = pages_.at(to.page).whole;
     if (to.page == from.page && to.offset + size > from.offset) {
         gpu_.Copy(source, from.offset, scratch_.whole, 0, size);
         gpu_.Copy(scratch_.whole, 0, target, to.offset, size);

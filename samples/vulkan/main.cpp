@@ -78,7 +78,7 @@ public:
         const VkDeviceSize size = (bytes + unit - 1) / unit * unit;
         const std::uint64_t tag = next_++;
         const auto address = allocator_.Alloc(size, tag, false, false);
-        if (address == allocator_.kInvalidAlloc) {
+        if (address == ZKL::vBestFitAllocator::kInvalidAlloc) {
             throw std::runtime_error("the device has no memory left");
         }
         pages_.Place(tag, size, address);

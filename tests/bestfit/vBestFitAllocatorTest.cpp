@@ -337,9 +337,15 @@ TEST(vBestFitAllocator, SurvivesWithoutMemoryForItsBooks) {
     }
     using Operation = bool (*)(Allocator&, Willing&);  // whether it succeeded
     const Operation operations[] = {
-        [](Allocator& a, Willing&) { return !(a.Alloc(5, 9, false, false) == a.kInvalidAlloc); },
-        [](Allocator& a, Willing&) { return !(a.Alloc(65536, 9, true, false) == a.kInvalidAlloc); },
-        [](Allocator& a, Willing&) { return !(a.Alloc(9, 9, false, true) == a.kInvalidAlloc); },
+        [](Allocator& a, Willing&) {
+            return !(a.Alloc(5, 9, false, false) == Allocator::kInvalidAlloc);
+        },
+        [](Allocator& a, Willing&) {
+            return !(a.Alloc(65536, 9, true, false) == Allocator::kInvalidAlloc);
+        },
+        [](Allocator& a, Willing&) {
+            return !(a.Alloc(9, 9, false, true) == Allocator::kInvalidAlloc);
+        },
         [](Allocator& a, Willing&) { return Text(Allocator(a)) == Text(a); },
         [](Allocator& a, Willing& client) { return a.Defragment(), client.calls != 0; },
         [](Allocator& a, Willing&) { return a.FreeupPages() != 0; },

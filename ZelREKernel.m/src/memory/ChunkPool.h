@@ -9,7 +9,7 @@ namespace ZKL {
 
 class ChunkPool {
 public:
-    static constexpr std::size_t kBytes = 1024;
+    static constexpr std::size_t kBytes = 1048;
     static constexpr std::size_t kKept = 64;  // spares that are worth keeping between operations
 
     ChunkPool() noexcept = default;

@@ -5,9 +5,10 @@
 // shift one chunk instead of everything behind it. All nodes are pieces of a ChunkPool; an
 // insertion takes at most Levels() + 1 of them, which the caller reserves. One thread at a time.
 //
-// Order names the entry, the key that it is sorted by, KeyOf and Less. Bayer and McCreight,
-// "Organization and Maintenance of Large Ordered Indices" (1972); removal joins neighbours when
-// both are thin and never borrows.
+// Order names the entry, the key that it is sorted by, KeyOf, Less, and Rank, a number of an entry
+// or a key that Less compares first; where many ranks are equal, a search walks through its node.
+// Bayer and McCreight, "Organization and Maintenance of Large Ordered Indices" (1972); removal
+// joins neighbours when both are thin and never borrows.
 
 #include <algorithm>
 #include <cstddef>
@@ -28,20 +29,22 @@ public:
     using Key = typename Order::Key;
 
 private:
+    static constexpr std::uint32_t kStride = 8;  // of the search within a node
+
     struct Node {
         std::uint32_t count;  // of entries or children
         std::uint32_t level;  // 0 in a leaf
     };
     struct Leaf : Node {
         static constexpr std::uint32_t kMost =
-            (ChunkPool::kBytes - sizeof(Node) - 2 * sizeof(void*)) / sizeof(Entry);
+            (ChunkPool::kBytes - sizeof(Node) - 16) / sizeof(Entry) / kStride * kStride;
         Leaf* previous;
         Leaf* next;
         Entry entries[kMost];
     };
     struct Inner : Node {
         static constexpr std::uint32_t kMost =
-            (ChunkPool::kBytes - sizeof(Node)) / (sizeof(Key) + sizeof(Node*) + 8);
+            ((ChunkPool::kBytes - sizeof(Node)) / (sizeof(Key) + 16) - 1) / kStride * kStride + 1;
         Key keys[kMost];  // no entry below child i is less than keys[i]; keys[0] is not used
         Node* children[kMost];
         std::uint64_t totals[kMost];
@@ -284,14 +287,10 @@ private:
     static std::uint64_t Divide(std::uint64_t n, std::uint64_t by) { return (n + by - 1) / by; }
 
     static Leaf* MakeLeaf(ChunkPool& pool) {
-        Leaf* const leaf = new (pool.Take()) Leaf;
-        leaf->count = leaf->level = 0;
-        leaf->previous = leaf->next = nullptr;
-        return leaf;
+        return new (pool.Take()) Leaf{};  // zeros: the search looks behind the last entry
     }
     static Inner* MakeInner(std::uint32_t level, ChunkPool& pool) {
-        Inner* const inner = new (pool.Take()) Inner;
-        inner->count = 0;
+        Inner* const inner = new (pool.Take()) Inner{};
         inner->level = level;
         return inner;
     }
@@ -326,39 +325,61 @@ private:
         return total;
     }
 
-    // How many of `n` sorted items the predicate holds for. It has no branch but the loop's own,
-    // which is foreseen: the other one would be guessed wrong half of the time.
-    template <class Item, class Predicate>
-    static std::uint32_t CountWhile(const Item* items, std::uint32_t n, Predicate holds) {
+    // How many of `n` sorted items rank below `rank`. It looks at every eighth item and then at the
+    // eight between two of those: more comparisons than a binary search, but no branch that is
+    // guessed wrong half of the time, and the cache lines are fetched beside each other. Items
+    // behind the n-th, up to kRoom, a multiple of eight, are looked at and do not count.
+    template <std::uint32_t kRoom, class Item>
+    static std::uint32_t CountBelow(std::uint64_t rank, const Item* items, std::uint32_t n) {
+        static_assert(kRoom % kStride == 0);
+        const auto isBelow = [=](std::uint32_t i) {
+            return static_cast<std::uint32_t>((Order::Rank(items[i]) < rank) & (i < n));
+        };
         std::uint32_t base = 0;
-        while (n > 1) {
-            const std::uint32_t half = n / 2;
-            base += half & (0 - static_cast<std::uint32_t>(holds(items[base + half - 1])));
-            n -= half;
+        if (n > kStride) {
+#pragma GCC unroll 8
+            for (std::uint32_t i = kStride - 1; i < kRoom; i += kStride) {
+                base += kStride * isBelow(i);
+            }
         }
-        return base + ((n == 1) & holds(items[base]) ? 1 : 0);
+        std::uint32_t count = base;
+        if (base < n) {
+#pragma GCC unroll 8
+            for (std::uint32_t i = 0; i < kStride; ++i) {
+                count += isBelow(base + i);
+            }
+        }
+        return count;
     }
 
     void Descend(const Key& key, Place& place) const {
+        const std::uint64_t rank = Order::Rank(key);
         Node* node = root_;
         std::uint32_t depth = 0;
         while (node->level != 0) {
             Inner* const inner = static_cast<Inner*>(node);
-            const std::uint32_t child =
-                CountWhile(inner->keys + 1, inner->count - 1,
-                           [&](const Key& low) { return !Order::Less(key, low); });
+            const std::uint32_t last = inner->count - 1;
+            const Key* const lows = inner->keys + 1;
+            std::uint32_t child = CountBelow<Inner::kMost - 1>(rank, lows, last);
+            while (child < last && !Order::Less(key, lows[child])) {
+                ++child;
+            }
             place.path_[depth++] = {inner, child};
             node = inner->children[child];
         }
-        place.leaf_ = static_cast<Leaf*>(node);
+        Leaf* const leaf = static_cast<Leaf*>(node);
+        place.leaf_ = leaf;
         place.depth_ = depth;
-        place.at_ = CountWhile(place.leaf_->entries, place.leaf_->count, [&](const Entry& entry) {
-            return Order::Less(Order::KeyOf(entry), key);
-        });
+        std::uint32_t at = CountBelow<Leaf::kMost>(rank, leaf->entries, leaf->count);
+        while (at < leaf->count && Order::Less(Order::KeyOf(leaf->entries[at]), key)) {
+            ++at;
+        }
+        place.at_ = at;
     }
 
     template <class Item>
     static void MoveItems(Item* to, const Item* from, std::uint32_t count) {
+        // NOLINTNEXTLINE(bugprone-sizeof-expression): items may be pointers to nodes
         std::memmove(static_cast<void*>(to), from, count * sizeof(Item));
     }
 

@@ -31,6 +31,8 @@ struct vBestFitAllocator::Page {
         using Key = std::uint64_t;
         static Key KeyOf(const Block& block) { return block.offset; }
         static bool Less(Key a, Key b) { return a < b; }
+        static std::uint64_t Rank(Key key) { return key; }
+        static std::uint64_t Rank(const Block& block) { return block.offset; }
     };
     using List = SortedChunks<ByOffset>;
 
