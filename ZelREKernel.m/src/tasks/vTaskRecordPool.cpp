@@ -9,6 +9,7 @@
 
 #include "PerThread.h"
 #include "ZelREKernel/base/vMallocAllocator.h"
+#include "base/LargePages.h"
 #include "base/ThreadSlot.h"
 #include "tasks/AddressOrder.h"
 
@@ -29,6 +30,14 @@ void Push(vTaskRecordPool::Stack*& list, vTaskRecordPool::Stack* stack) {
 
 vTaskRecordPool::Stack* Pop(vTaskRecordPool::Stack*& list) {
     return list == nullptr ? nullptr : std::exchange(list, list->below);
+}
+
+// So that the next push_back cannot fail.
+template <typename T>
+void MakeRoomForOne(std::vector<T>& list) {
+    if (list.size() == list.capacity()) {
+        list.reserve(2 * list.size() + 16);
+    }
 }
 
 // The magazines of one thread, in the list of all.
@@ -127,8 +136,8 @@ vTaskRecordPool::~vTaskRecordPool() {
     while (Stack* const stack = Pop(spares_)) {
         delete stack;
     }
-    for (Block* const block : blocks_) {
-        DefaultAllocator()->Free(block);
+    for (Block* const slab : slabs_) {
+        DefaultAllocator()->Free(slab);
     }
 }
 
@@ -263,18 +272,35 @@ vTaskRecordPool::Stack* vTaskRecordPool::TakeSpare() {
 // The next record that was never in use, in a new block when the last one is exhausted.
 void* vTaskRecordPool::Carve() {
     if (blocks_.empty() || blocks_.back()->handedOut == kRecordsPerBlock) {
-        if (blocks_.size() == blocks_.capacity()) {
-            blocks_.reserve(2 * blocks_.size() + kRecordsPerBlock);
-        }
-        void* const memory = DefaultAllocator()->Allocate(sizeof(Block), kTaskRecordAlignment);
-        if (memory == nullptr) {
-            throw std::bad_alloc();
-        }
-        std::memset(memory, 0, sizeof(Block));
-        blocks_.push_back(static_cast<Block*>(memory));
+        MakeRoomForOne(blocks_);
+        blocks_.push_back(TakeBlock());
     }
     Block& block = *blocks_.back();
     return block.records[block.handedOut++];
+}
+
+// A new block, zero-filled. The heap gives as many at a time as there are already, up to a large
+// page full: few blocks stay few, and many lie on few pages.
+vTaskRecordPool::Block* vTaskRecordPool::TakeBlock() {
+    if (spareBlockCount_ == 0) {
+        MakeRoomForOne(slabs_);
+        const std::size_t count = std::clamp<std::size_t>(blocks_.size(), 1, kBlocksPerLargePage);
+        const bool large = count == kBlocksPerLargePage;
+        void* const memory =
+            DefaultAllocator()->Allocate(static_cast<std::uint32_t>(count * sizeof(Block)),
+                                         large ? kLargePageSize : kTaskRecordAlignment);
+        if (memory == nullptr) {
+            throw std::bad_alloc();
+        }
+        if (large) {
+            PreferLargePages(memory, kLargePageSize);
+        }
+        spareBlocks_ = static_cast<Block*>(memory);
+        spareBlockCount_ = count;
+        slabs_.push_back(spareBlocks_);
+    }
+    --spareBlockCount_;
+    return static_cast<Block*>(std::memset(spareBlocks_++, 0, sizeof(Block)));
 }
 
 vTaskRecordCounts CountNodeRecords() {

@@ -19,6 +19,7 @@
 #include "ZelREKernel/base/vSlimLock.h"
 #include "ZelREKernel/tasks/vTaskRecord.h"
 #include "ZelREKernel/tasks/vTaskRecordCounts.h"
+#include "base/LargePages.h"
 
 namespace ZKL::vTaskDetail {
 
@@ -78,11 +79,13 @@ private:
         std::uint64_t handedOut;
     };
     static_assert(sizeof(Block) == 1288);
+    static constexpr std::size_t kBlocksPerLargePage = kLargePageSize / sizeof(Block);
 
     Magazine& Own();
     void Refill(Magazine& magazine);
     void Spill(Magazine& magazine);
     void* Carve();
+    Block* TakeBlock();
     Stack* TakeSpare();
     void OrderFilled() noexcept;
 
@@ -94,6 +97,10 @@ private:
     std::size_t spilledSinceOrder_ = 0;
     Stack* spares_ = nullptr;  // stacks without
     std::vector<Block*> blocks_;
+    // Blocks come from the heap several at a time; these are not in use yet.
+    Block* spareBlocks_ = nullptr;
+    std::size_t spareBlockCount_ = 0;
+    std::vector<Block*> slabs_;  // what was taken from the heap
     std::int64_t retiredLive_ = 0;
 };
 
