@@ -20,17 +20,9 @@ vJobHandle vPooledTask::CreateNode(std::function<void()>&& fn) {
 }
 
 void vPooledTask::Reset() noexcept {
-    function_ = nullptr;
+    DropFunction();
     if (vTaskNode* const parent = std::exchange(parent_, nullptr)) {
         releaseParent_(parent);
-    }
-}
-
-void vPooledTask::SetParentTask(vTaskNode* parent, ParentRelease release) noexcept {
-    vTaskNode* const previous = std::exchange(parent_, parent);
-    const ParentRelease releasePrevious = std::exchange(releaseParent_, release);
-    if (previous != nullptr) {
-        releasePrevious(previous);
     }
 }
 

@@ -6,6 +6,7 @@
 
 #include "ZelREKernel/tasks/vWorkerThread.h"
 #include "tasks/vTaskRecordPool.h"
+#include "tasks/vWorkerPool.h"
 
 namespace ZKL {
 namespace {
@@ -22,7 +23,8 @@ vTaskNode::NodeHandle vTaskNode::CreateNode(vWorkerThread* worker) {
     auto& pool = vTaskDetail::vTaskRecordPool::Nodes();
     auto* const node = ::new (pool.Take()) vTaskNode(worker);
     node->pool_ = &pool;
-    return NodeHandle(node);
+    node->count_.store(1, std::memory_order_relaxed);  // nobody else knows it yet
+    return NodeHandle::Adopt(node);
 }
 
 vTaskNode* vTaskNode::CreateImpl() {
@@ -146,11 +148,6 @@ void vTaskNode::ReleaseParent(vTaskNode* node) {
     node->Release();
 }
 
-bool vTaskNode::Transit(EState from, EState to) noexcept {
-    std::uint32_t expected = from;
-    return state_.compare_exchange_strong(expected, to);
-}
-
 // What a node does whose count has dropped to zero. True when it is to be deleted.
 bool vTaskNode::Decide(std::exception_ptr& failure) noexcept {
     MekEvent* const event = target_.event;
@@ -178,7 +175,10 @@ bool vTaskNode::Launch(std::exception_ptr& failure) noexcept {
     if (tasks_.IsEmpty() && workerTasks_.IsEmpty()) {
         return true;
     }
-    AddRef();  // the guard: keeps the node while it is being launched
+    // A reference for each job that goes to a worker, and the guard, which keeps the node while it
+    // is being launched.
+    const std::uint32_t pooled = target_.worker != nullptr ? tasks_.Size() : 0;
+    count_.fetch_add(workerTasks_.Size() + pooled + 1, std::memory_order_relaxed);
     try {
         HandOutJobs();
     } catch (...) {
@@ -192,8 +192,6 @@ bool vTaskNode::Launch(std::exception_ptr& failure) noexcept {
 }
 
 void vTaskNode::HandOutJobs() {
-    const std::uint32_t pooled = workerTasks_.Size() + (target_.worker ? tasks_.Size() : 0);
-    count_.fetch_add(pooled, std::memory_order_relaxed);
     for (WorkerTask& task : workerTasks_) {
         task.first->SetParentTask(this, &ReleaseParent);
     }
@@ -204,14 +202,20 @@ void vTaskNode::HandOutJobs() {
         target_.worker->PostJob(std::move(tasks_));
     } else {
         for (JobHandle& job : tasks_) {
-            (*job)();
+            RunDirectly(*job);
         }
     }
     for (auto& [job, worker] : workerTasks_) {
         if (worker == nullptr || !worker->PostJob(std::move(job))) {
-            (*job)();  // NOLINT(bugprone-use-after-move): a refused job stays with its caller
+            RunDirectly(*job);  // NOLINT(bugprone-use-after-move): a refused job stays here
         }
     }
+}
+
+// A job may wait for others that were launched before it.
+void vTaskNode::RunDirectly(vTaskDetail::vPooledTask& job) {
+    const vTaskDetail::vPublishPosts published;
+    job();
 }
 
 void vTaskNode::DestroyEvent() noexcept {
@@ -225,6 +229,11 @@ void vTaskNode::BeginDelete() noexcept {
     const EState state = State();
     if (state == SynchroSignalled || state == SynchroAbandoned) {
         DestroyEvent();
+    }
+    if (!tasks_.IsEmpty() || !workerTasks_.IsEmpty()) {
+        const vTaskDetail::vPublishPosts published;  // the functions destroyed may be anything
+        tasks_.DropElements();
+        workerTasks_.DropElements();
     }
     tasks_.Clear();
     workerTasks_.Clear();

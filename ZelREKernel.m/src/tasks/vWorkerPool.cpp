@@ -9,11 +9,23 @@
 #include "tasks/SpinBriefly.h"
 
 namespace ZKL::vTaskDetail {
+namespace {
+
+// So many jobs are held at most before the other threads get them, in one step.
+constexpr std::uint32_t kMostHeld = 32;
+
+}  // namespace
+
+vWorkerPool::Slot*& vWorkerPool::OwnSlot() noexcept {
+    __attribute__((tls_model("initial-exec"))) constinit static thread_local Slot* t_slot = nullptr;
+    return t_slot;
+}
 
 vWorkerPool::vWorkerPool(unsigned threadCount)
     : slots_(std::make_unique<Slot[]>(threadCount)), slotCount_(threadCount) {
     for (unsigned i = 0; i < threadCount; ++i) {
         slots_[i].wake.reset(CreateMekEvent(0));
+        slots_[i].pool = this;
     }
     try {
         for (unsigned i = 0; i < threadCount; ++i) {
@@ -37,9 +49,12 @@ vWorkerPool::~vWorkerPool() {
 }
 
 void vWorkerPool::Post(vJobHandle&& job) {
+    if (Hold(std::move(job))) {
+        return;
+    }
     for (Slot* slot = slots_.get(); slot != slots_.get() + slotCount_; ++slot) {
         if (slot->Claim()) {
-            slot->HandOver(std::move(job));
+            slot->HandOver(std::move(job));  // NOLINT(bugprone-use-after-move): it was not held
             return;
         }
     }
@@ -49,20 +64,59 @@ void vWorkerPool::Post(vJobHandle&& job) {
 }
 
 void vWorkerPool::Post(vSmallVector<vJobHandle, 1, 0>& jobs) {
+    std::uint32_t held = 0;
+    while (held < jobs.Size() && Hold(std::move(jobs[held]))) {
+        ++held;
+    }
     std::uint32_t left = jobs.Size();
-    for (std::uint32_t i = 0; i < slotCount_ && left > 0; ++i) {
+    for (std::uint32_t i = 0; i < slotCount_ && left > held; ++i) {
         if (slots_[i].Claim()) {
             slots_[i].HandOver(std::move(jobs[--left]));
         }
     }
-    if (left == 0) {
+    if (left == held) {
         return;
     }
     const std::lock_guard guard(lock_);
-    for (std::uint32_t i = 0; i < left; ++i) {
+    for (std::uint32_t i = held; i < left; ++i) {
         stack_.PushFront(std::move(jobs[i]));
     }
     WakeOne();
+}
+
+// Keeps a job that this very thread posts, if it may; false leaves the job with the caller.
+bool vWorkerPool::Hold(vJobHandle&& job) noexcept {
+    Slot* const slot = OwnSlot();
+    if (slot == nullptr || slot->pool != this || !slot->holdsPosts) {
+        return false;
+    }
+    if (IsAlone()) {
+        if (!stack_.IsEmpty()) {
+            const std::lock_guard guard(lock_);
+            slot->held.PushAllFront(stack_);  // they were posted earlier
+        }
+    } else if (slot->heldCount++ == kMostHeld) {
+        Publish(*slot);
+        slot->heldCount = 1;
+    }
+    slot->held.PushFront(std::move(job));
+    return true;
+}
+
+// Hands what a thread holds to the sleeping threads, the youngest first, and puts the rest on the
+// stack.
+void vWorkerPool::Publish(Slot& slot) noexcept {
+    slot.heldCount = 0;
+    for (std::uint32_t i = 0; i < slotCount_ && !slot.held.IsEmpty(); ++i) {
+        if (slots_[i].Claim()) {
+            slots_[i].HandOver(slot.held.PopFront());
+        }
+    }
+    if (!slot.held.IsEmpty()) {
+        const std::lock_guard guard(lock_);
+        stack_.PushAllFront(slot.held);
+        WakeOne();
+    }
 }
 
 void vWorkerPool::Stop() {
@@ -98,6 +152,8 @@ void vWorkerPool::Slot::HandOver(vJobHandle&& job) noexcept {
 }
 
 void vWorkerPool::RunLoop(Slot& slot) noexcept {
+    OwnSlot() = &slot;
+    slot.holdsPosts = IsAlone();
     do {
         SpinBriefly([&] { return slot.state.load(std::memory_order_relaxed) != SlotIdle; });
         std::uint32_t expected = SlotIdle;
@@ -106,26 +162,51 @@ void vWorkerPool::RunLoop(Slot& slot) noexcept {
             slot.wake->Reset();
         }
         if (slot.handedOver) {
-            (*slot.handedOver)();
-            slot.handedOver.reset();
+            RunJob(slot);
         }
-    } while (RunStack(slot) && !stop_.load(std::memory_order_acquire));
+        while (TakeJob(slot)) {
+            RunJob(slot);
+        }
+    } while (!stop_.load(std::memory_order_acquire));
+    OwnSlot() = nullptr;
 }
 
-// Runs jobs from the stack until it is empty; false when the thread is to leave at once.
-bool vWorkerPool::RunStack(Slot& slot) {
-    for (;;) {
-        {
-            const std::lock_guard guard(lock_);
-            slot.handedOver = stack_.PopFront();
-            if (!slot.handedOver) {
-                // Under the lock: whoever pushes later finds the slot idle and forbids its sleep.
-                return slot.state.exchange(SlotIdle) != SlotStopping;
-            }
-        }
-        (*slot.handedOver)();
-        slot.handedOver.reset();
+// Runs the job and destroys it: first its function, which may be anything, then what is ours.
+void vWorkerPool::RunJob(Slot& slot) {
+    (*slot.handedOver)();
+    slot.handedOver->DropFunction();
+    slot.holdsPosts = true;
+    slot.handedOver.reset();
+    slot.holdsPosts = IsAlone();
+}
+
+// Puts the youngest job into the hand-off place; false when there is none.
+bool vWorkerPool::TakeJob(Slot& slot) {
+    if (slot.held.IsEmpty() || (IsAlone() && !stack_.IsEmpty())) {
+        return TakeShared(slot);
     }
+    slot.handedOver = slot.held.PopFront();
+    if (!IsAlone()) {
+        Publish(slot);
+    }
+    return true;
+}
+
+bool vWorkerPool::TakeShared(Slot& slot) {
+    const std::lock_guard guard(lock_);
+    if (IsAlone()) {
+        slot.held.PushAllFront(stack_);  // they were posted after all that is held
+        slot.handedOver = slot.held.PopFront();
+    } else {
+        slot.handedOver = stack_.PopFront();
+    }
+    if (slot.handedOver) {
+        return true;
+    }
+    // Under the lock: whoever pushes later finds the slot idle and forbids its sleep. Where it was
+    // SlotStopping, stop_ is set as well and ends the loop.
+    slot.state.exchange(SlotIdle);
+    return false;
 }
 
 // Under the lock, so that the pool outlives this call even if the job just pushed is the last. A
@@ -138,6 +219,23 @@ void vWorkerPool::WakeOne() noexcept {
             slots_[i].wake->Signal(0);
             return;
         }
+    }
+}
+
+vPublishPosts::vPublishPosts() noexcept
+    : slot_([] {
+          vWorkerPool::Slot* const slot = vWorkerPool::OwnSlot();
+          return slot != nullptr && slot->holdsPosts && !slot->pool->IsAlone() ? slot : nullptr;
+      }()) {
+    if (slot_ != nullptr) {
+        slot_->pool->Publish(*slot_);
+        slot_->holdsPosts = false;
+    }
+}
+
+vPublishPosts::~vPublishPosts() {
+    if (slot_ != nullptr) {
+        slot_->holdsPosts = true;
     }
 }
 

@@ -62,6 +62,19 @@ public:
         other.SetHead(nullptr);
     }
 
+    // Moves every job of `other`, in its order, before the jobs of this list.
+    void PushAllFront(vJobQueue& other) noexcept {
+        if (other.IsEmpty()) {
+            return;
+        }
+        other.tail_->next_ = Head();
+        if (IsEmpty()) {
+            tail_ = other.tail_;
+        }
+        SetHead(other.Head());
+        other.SetHead(nullptr);
+    }
+
     // Destroys the jobs in order without running them, those included that come in meanwhile.
     void DestroyAll() noexcept {
         while (PopFront() != nullptr) {

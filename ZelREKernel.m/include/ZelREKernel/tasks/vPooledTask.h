@@ -23,6 +23,7 @@ namespace vTaskDetail {
 
 class vPooledTask;
 class vTaskRecordPool;
+class vWorkerPool;
 
 // The deleter of a job handle. Letting go of the node may complete it on this thread, and so launch
 // the nodes that depend on it. Ends the process if the pool cannot take the record back.
@@ -73,12 +74,20 @@ private:
     friend class vJobQueue;
     friend class ZKL::vTaskNode;
     friend struct vTaskAllocator;
+    friend class vWorkerPool;
 
     // How a job lets go of its node: jobs stand below nodes and know no more of them.
     using ParentRelease = void (*)(vTaskNode*);
 
+    void DropFunction() noexcept { function_ = nullptr; }
     // Takes over one reference on `parent` and then lets go of the previous parent.
-    void SetParentTask(vTaskNode* parent, ParentRelease release) noexcept;
+    void SetParentTask(vTaskNode* parent, ParentRelease release) noexcept {
+        vTaskNode* const previous = std::exchange(parent_, parent);
+        const ParentRelease releasePrevious = std::exchange(releaseParent_, release);
+        if (previous != nullptr) {
+            releasePrevious(previous);
+        }
+    }
 
     vTaskNode* parent_ = nullptr;
     std::function<void()> function_;

@@ -113,13 +113,23 @@ private:
     static void ReleaseParent(vTaskNode* node);
 
     // Release: what this holder did is seen by the thread that launches or deletes; acquire: that
-    // thread sees it.
-    bool DropReference() noexcept { return count_.fetch_sub(1, std::memory_order_acq_rel) == 1; }
-    bool Transit(EState from, EState to) noexcept;
+    // thread sees it. The only reference there is can be dropped without a locked operation, since
+    // nobody else has one to copy.
+    bool DropReference() noexcept {
+        if (count_.load(std::memory_order_acquire) == 1) {
+            count_.store(0, std::memory_order_relaxed);
+            return true;
+        }
+        return count_.fetch_sub(1, std::memory_order_acq_rel) == 1;
+    }
+    bool Transit(EState from, EState to) noexcept {
+        std::uint32_t expected = from;
+        return state_.compare_exchange_strong(expected, to);
+    }
     bool Decide(std::exception_ptr& failure) noexcept;
     bool Launch(std::exception_ptr& failure) noexcept;
     void HandOutJobs();
-    void Signal() noexcept;
+    void RunDirectly(vTaskDetail::vPooledTask& job);
     void DestroyEvent() noexcept;
     void BeginDelete() noexcept;
     vTaskNode* TakeDependent() noexcept;

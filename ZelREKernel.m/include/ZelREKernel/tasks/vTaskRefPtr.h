@@ -20,6 +20,12 @@ public:
             node_->AddRef();
         }
     }
+    // Takes over a reference that the caller holds.
+    static RefPtr Adopt(T* node) noexcept {
+        RefPtr handle;
+        handle.node_ = node;
+        return handle;
+    }
     RefPtr(const RefPtr& other) noexcept : RefPtr(other.node_) {}
     RefPtr(RefPtr&& other) noexcept : node_(other.Detach()) {}
     RefPtr& operator=(RefPtr other) {
