@@ -35,6 +35,10 @@ if(WIN32)
 else()
   # A unique symbol pins its library in the process; this library must be able to leave it.
   target_compile_options(ZelSettings INTERFACE $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
+  # Nobody replaces an exported function by one of the same name, so the library may call and inline
+  # its own without a detour through the linkage table.
+  target_compile_options(ZelSettings INTERFACE -fno-semantic-interposition)
+  target_link_options(ZelSettings INTERFACE -Wl,-Bsymbolic-functions)
 endif()
 if(ZEL_SANITIZE)
   target_compile_options(ZelSettings INTERFACE

@@ -7,7 +7,6 @@
 #include <new>
 #include <utility>
 
-#include "PerThread.h"
 #include "ZelREKernel/base/vMallocAllocator.h"
 #include "base/LargePages.h"
 #include "base/ThreadSlot.h"
@@ -15,9 +14,6 @@
 
 namespace ZKL::vTaskDetail {
 namespace {
-
-// How many records ahead of its use a record is fetched into the cache.
-constexpr std::uint32_t kPrefetchDistance = 4;
 
 // From so many stacks on (1.3 MB of records) the shared list no longer fits a core's cache, and the
 // order of its records matters.
@@ -47,9 +43,6 @@ struct ThreadCache {
     ThreadCache* next = nullptr;
 };
 
-// The hottest pointer of this library: a task node and its job pass here four times.
-using OwnCache = PerThread<struct CacheTag, ThreadCache*>;
-
 // The two pools and every thread's magazines. Ready before any constructor runs; the end of the
 // library frees it all, magazines of threads that live on included.
 struct Records {
@@ -78,7 +71,7 @@ Records::~Records() {
     while (threads != nullptr) {
         delete std::exchange(threads, threads->next);
     }
-    OwnCache::Set(nullptr);
+    vTaskRecordPool::ForgetThread();
 }
 
 ThreadCache* Records::AddThread() {
@@ -108,7 +101,7 @@ ThreadCache* Records::AddThread() {
 }
 
 void Records::RemoveThread(ThreadCache* cache) noexcept {
-    OwnCache::Set(nullptr);
+    vTaskRecordPool::ForgetThread();
     const std::lock_guard guard(lock);
     nodes.Retire(cache->magazines[vTaskRecordPool::eNodes]);
     jobs.Retire(cache->magazines[vTaskRecordPool::eJobs]);
@@ -149,29 +142,6 @@ vTaskRecordPool& vTaskRecordPool::Jobs() noexcept {
     return g_records.jobs;
 }
 
-void* vTaskRecordPool::Take() {
-    Magazine& magazine = Own();
-    if (magazine.top->count == 0) [[unlikely]] {
-        Refill(magazine);
-    }
-    Stack& stack = *magazine.top;
-    const std::uint32_t left = --stack.count;
-    if (left >= kPrefetchDistance) {
-        PrefetchTaskRecord(stack.records[left - kPrefetchDistance]);
-    }
-    magazine.Count(+1);
-    return stack.records[left];
-}
-
-void vTaskRecordPool::Give(void* record) noexcept {
-    Magazine& magazine = Own();
-    if (magazine.top->count == kMagazineSize) [[unlikely]] {
-        Spill(magazine);
-    }
-    magazine.top->records[magazine.top->count++] = record;
-    magazine.Count(-1);
-}
-
 vTaskRecordCounts vTaskRecordPool::Count() const {
     const std::lock_guard threads(g_records.lock);
     const std::lock_guard guard(lock_);
@@ -201,13 +171,10 @@ void vTaskRecordPool::Retire(Magazine& magazine) noexcept {
     retiredLive_ += magazine.live.load(std::memory_order_relaxed);
 }
 
-vTaskRecordPool::Magazine& vTaskRecordPool::Own() {
-    ThreadCache* cache = OwnCache::Get();
-    if (cache == nullptr) [[unlikely]] {
-        cache = g_records.AddThread();
-        OwnCache::Set(cache);
-    }
-    return cache->magazines[kind_];
+vTaskRecordPool::Magazine* vTaskRecordPool::EquipThread() {
+    Magazine* const magazines = g_records.AddThread()->magazines;
+    OwnMagazines::Set(magazines);
+    return magazines;
 }
 
 // Puts at least one record into an empty magazine.

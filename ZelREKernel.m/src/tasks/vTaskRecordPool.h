@@ -16,6 +16,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "PerThread.h"
 #include "ZelREKernel/base/vSlimLock.h"
 #include "ZelREKernel/tasks/vTaskRecord.h"
 #include "ZelREKernel/tasks/vTaskRecordCounts.h"
@@ -62,9 +63,28 @@ public:
     static vTaskRecordPool& Jobs() noexcept;
 
     // An uninitialised record. Throws std::bad_alloc.
-    void* Take();
+    void* Take() {
+        Magazine& magazine = Own();
+        if (magazine.top->count == 0) [[unlikely]] {
+            Refill(magazine);
+        }
+        Stack& stack = *magazine.top;
+        const std::uint32_t left = --stack.count;
+        if (left >= kPrefetchDistance) {
+            PrefetchTaskRecord(stack.records[left - kPrefetchDistance]);
+        }
+        magazine.Count(+1);
+        return stack.records[left];
+    }
     // Ends the process when the heap has no room for the list of records.
-    void Give(void* record) noexcept;
+    void Give(void* record) noexcept {
+        Magazine& magazine = Own();
+        if (magazine.top->count == kMagazineSize) [[unlikely]] {
+            Spill(magazine);
+        }
+        magazine.top->records[magazine.top->count++] = record;
+        magazine.Count(-1);
+    }
 
     vTaskRecordCounts Count() const;
 
@@ -72,6 +92,8 @@ public:
     void Equip(Magazine& magazine);
     // Takes the free records and the count of a thread that ends.
     void Retire(Magazine& magazine) noexcept;
+    // The calling thread's magazines are gone.
+    static void ForgetThread() noexcept { OwnMagazines::Set(nullptr); }
 
 private:
     struct Block {
@@ -81,13 +103,27 @@ private:
     static_assert(sizeof(Block) == 1288);
     static constexpr std::size_t kBlocksPerLargePage = kLargePageSize / sizeof(Block);
 
-    Magazine& Own();
+    // How many records ahead of its use a record is fetched into the cache.
+    static constexpr std::uint32_t kPrefetchDistance = 4;
+
+    Magazine& Own() {
+        Magazine* magazines = OwnMagazines::Get();
+        if (magazines == nullptr) [[unlikely]] {
+            magazines = EquipThread();
+        }
+        return magazines[kind_];
+    }
+    static Magazine* EquipThread();
     void Refill(Magazine& magazine);
     void Spill(Magazine& magazine);
     void* Carve();
     Block* TakeBlock();
     Stack* TakeSpare();
     void OrderFilled() noexcept;
+
+    // This thread's magazines, one for each kind; null until it takes or gives its first record.
+    // The hottest pointer of this library: a task node and its job pass here four times.
+    using OwnMagazines = PerThread<struct MagazinesTag, Magazine*>;
 
     const EKind kind_;
     mutable vSlimLock lock_;
