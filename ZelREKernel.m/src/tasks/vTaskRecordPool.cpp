@@ -1,6 +1,7 @@
 #include "tasks/vTaskRecordPool.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <mutex>
@@ -51,10 +52,12 @@ struct Records {
 
     ThreadCache* AddThread();
     void RemoveThread(ThreadCache* cache) noexcept;
+    void Retire(ThreadCache& cache) noexcept;
     std::int64_t CountLive(vTaskRecordPool::EKind kind);
 
     vTaskRecordPool nodes{vTaskRecordPool::eNodes};
     vTaskRecordPool jobs{vTaskRecordPool::eJobs};
+    vTaskRecordPool lists{vTaskRecordPool::eLists};
     vSlimLock lock;  // taken before a pool's
     ThreadCache* threads = nullptr;
     std::unique_ptr<ThreadSlot> slot;
@@ -65,8 +68,7 @@ constinit Records g_records;
 Records::~Records() {
     slot.reset();
     for (ThreadCache* cache = threads; cache != nullptr; cache = cache->next) {
-        nodes.Retire(cache->magazines[vTaskRecordPool::eNodes]);
-        jobs.Retire(cache->magazines[vTaskRecordPool::eJobs]);
+        Retire(*cache);
     }
     while (threads != nullptr) {
         delete std::exchange(threads, threads->next);
@@ -84,12 +86,12 @@ ThreadCache* Records::AddThread() {
     try {
         nodes.Equip(cache->magazines[vTaskRecordPool::eNodes]);
         jobs.Equip(cache->magazines[vTaskRecordPool::eJobs]);
+        lists.Equip(cache->magazines[vTaskRecordPool::eLists]);
         if (!slot->Set(cache.get())) {
             throw std::bad_alloc();
         }
     } catch (...) {
-        nodes.Retire(cache->magazines[vTaskRecordPool::eNodes]);
-        jobs.Retire(cache->magazines[vTaskRecordPool::eJobs]);
+        Retire(*cache);
         throw;
     }
     cache->next = threads;
@@ -100,11 +102,16 @@ ThreadCache* Records::AddThread() {
     return cache.release();
 }
 
+void Records::Retire(ThreadCache& cache) noexcept {
+    nodes.Retire(cache.magazines[vTaskRecordPool::eNodes]);
+    jobs.Retire(cache.magazines[vTaskRecordPool::eJobs]);
+    lists.Retire(cache.magazines[vTaskRecordPool::eLists]);
+}
+
 void Records::RemoveThread(ThreadCache* cache) noexcept {
     vTaskRecordPool::ForgetThread();
     const std::lock_guard guard(lock);
-    nodes.Retire(cache->magazines[vTaskRecordPool::eNodes]);
-    jobs.Retire(cache->magazines[vTaskRecordPool::eJobs]);
+    Retire(*cache);
     (cache->previous != nullptr ? cache->previous->next : threads) = cache->next;
     if (cache->next != nullptr) {
         cache->next->previous = cache->previous;
@@ -140,6 +147,10 @@ vTaskRecordPool& vTaskRecordPool::Nodes() noexcept {
 
 vTaskRecordPool& vTaskRecordPool::Jobs() noexcept {
     return g_records.jobs;
+}
+
+vTaskRecordPool& vTaskRecordPool::Lists() noexcept {
+    return g_records.lists;
 }
 
 vTaskRecordCounts vTaskRecordPool::Count() const {
@@ -238,12 +249,13 @@ vTaskRecordPool::Stack* vTaskRecordPool::TakeSpare() {
 
 // The next record that was never in use, in a new block when the last one is exhausted.
 void* vTaskRecordPool::Carve() {
-    if (blocks_.empty() || blocks_.back()->handedOut == kRecordsPerBlock) {
+    if (blocks_.empty() ||
+        blocks_.back()->handedOut == sizeof(blocks_.back()->records) / RecordSize()) {
         MakeRoomForOne(blocks_);
         blocks_.push_back(TakeBlock());
     }
     Block& block = *blocks_.back();
-    return block.records[block.handedOut++];
+    return &block.records[block.handedOut++ * RecordSize()];
 }
 
 // A new block, zero-filled. The heap gives as many at a time as there are already, up to a large
@@ -276,6 +288,23 @@ vTaskRecordCounts CountNodeRecords() {
 
 vTaskRecordCounts CountJobRecords() {
     return vTaskRecordPool::Jobs().Count();
+}
+
+vTaskRecordCounts CountListRecords() {
+    return vTaskRecordPool::Lists().Count();
+}
+
+void* vTaskListHeap::Take(std::size_t size) {
+    return size > vTaskRecordPool::kListRecordSize ? std::malloc(size)
+                                                   : vTaskRecordPool::Lists().Take();
+}
+
+void vTaskListHeap::Give(void* array, std::size_t size) noexcept {
+    if (size > vTaskRecordPool::kListRecordSize) {
+        std::free(array);
+    } else {
+        vTaskRecordPool::Lists().Give(array);
+    }
 }
 
 }  // namespace ZKL::vTaskDetail

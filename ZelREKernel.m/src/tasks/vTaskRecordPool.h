@@ -27,6 +27,7 @@ namespace ZKL::vTaskDetail {
 class vTaskRecordPool {
 public:
     static constexpr std::uint32_t kRecordsPerBlock = 16;
+    static constexpr std::uint32_t kListRecordSize = 32;
     static constexpr std::uint32_t kMagazineSize = 64;
 
     // Free records, the youngest last. An array rather than a list through the records: the records
@@ -50,8 +51,8 @@ public:
         }
     };
 
-    // Which of the two process-wide pools; also the index of its magazine.
-    enum EKind : unsigned { eNodes, eJobs, eKindCount };
+    // Which of the process-wide pools; also the index of its magazine.
+    enum EKind : unsigned { eNodes, eJobs, eLists, eKindCount };
 
     explicit constexpr vTaskRecordPool(EKind kind) noexcept : kind_(kind) {}
     vTaskRecordPool(const vTaskRecordPool&) = delete;
@@ -61,6 +62,8 @@ public:
 
     static vTaskRecordPool& Nodes() noexcept;
     static vTaskRecordPool& Jobs() noexcept;
+    // Records of kListRecordSize bytes; the same blocks hold more of them.
+    static vTaskRecordPool& Lists() noexcept;
 
     // An uninitialised record. Throws std::bad_alloc.
     void* Take() {
@@ -97,7 +100,7 @@ public:
 
 private:
     struct Block {
-        std::byte records[kRecordsPerBlock][kTaskRecordSize];
+        std::byte records[kRecordsPerBlock * kTaskRecordSize];
         std::uint64_t handedOut;
     };
     static_assert(sizeof(Block) == 1288);
@@ -116,6 +119,9 @@ private:
     static Magazine* EquipThread();
     void Refill(Magazine& magazine);
     void Spill(Magazine& magazine);
+    std::size_t RecordSize() const noexcept {
+        return kind_ == eLists ? kListRecordSize : kTaskRecordSize;
+    }
     void* Carve();
     Block* TakeBlock();
     Stack* TakeSpare();

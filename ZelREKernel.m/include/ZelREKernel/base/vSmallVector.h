@@ -14,6 +14,15 @@
 
 namespace ZKL {
 
+// Where the heap arrays of elements of a type come from; a type whose lists are made in great
+// number may have a specialisation. Take returns null or throws std::bad_alloc when there is no
+// memory; Give is told the size that was asked for.
+template <typename T>
+struct vSmallVectorHeap {
+    static void* Take(std::size_t size) noexcept { return std::malloc(size); }
+    static void Give(void* array, std::size_t) noexcept { std::free(array); }
+};
+
 // Only <T, 1, 0> exists. The element type must move and be destroyed without throwing.
 template <typename T, unsigned kInline, unsigned kOption>
 class vSmallVector {
@@ -46,7 +55,7 @@ public:
     void Clear() noexcept {
         DropElements();
         if (!IsInline()) {
-            std::free(storage_.heap);
+            vSmallVectorHeap<T>::Give(storage_.heap, std::size_t{capacity_} * sizeof(T));
             capacity_ = kInlineCapacity;
         }
     }
@@ -81,7 +90,8 @@ private:
 
     void Grow() {
         const std::uint32_t capacity = capacity_ * 2;
-        T* const heap = static_cast<T*>(std::malloc(std::size_t{capacity} * sizeof(T)));
+        T* const heap =
+            static_cast<T*>(vSmallVectorHeap<T>::Take(std::size_t{capacity} * sizeof(T)));
         if (heap == nullptr) {
             throw std::bad_alloc();
         }

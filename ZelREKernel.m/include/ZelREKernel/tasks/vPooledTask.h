@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "ZelREKernel/ZelREKernelExport.h"
+#include "ZelREKernel/base/vSmallVector.h"
 #include "ZelREKernel/tasks/vTaskRecord.h"
 
 namespace ZKL {
@@ -32,6 +33,13 @@ struct ZELREKERNEL_EXPORT vTaskAllocator {
 };
 
 using vJobHandle = std::unique_ptr<vPooledTask, vTaskAllocator>;
+
+}  // namespace vTaskDetail
+
+template <>
+struct vSmallVectorHeap<vTaskDetail::vJobHandle> : vTaskDetail::vTaskListHeap {};
+
+namespace vTaskDetail {
 
 class ZELREKERNEL_EXPORT vPooledTask {
 public:

@@ -25,7 +25,14 @@ class MekEvent;
 
 namespace ZKL {
 
+class vTaskNode;
 class vWorkerThread;
+
+template <>
+struct vSmallVectorHeap<vTaskDetail::RefPtr<vTaskNode>> : vTaskDetail::vTaskListHeap {};
+template <>
+struct vSmallVectorHeap<std::pair<vTaskDetail::vJobHandle, vWorkerThread*>>
+    : vTaskDetail::vTaskListHeap {};
 
 class ZELREKERNEL_EXPORT vTaskNode {
 public:

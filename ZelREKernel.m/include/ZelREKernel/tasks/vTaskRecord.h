@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "ZelREKernel/ZelREKernelExport.h"
+
 namespace ZKL::vTaskDetail {
 
 inline constexpr std::size_t kTaskRecordSize = 80;
@@ -16,5 +18,13 @@ inline void PrefetchTaskRecord(const void* record) noexcept {
     __builtin_prefetch(reinterpret_cast<const void*>(address), 1);
     __builtin_prefetch(reinterpret_cast<const void*>(address + kTaskRecordSize - 1), 1);
 }
+
+// The heap arrays of a node's lists. Short ones are recycled as nodes and jobs are: a thread that
+// makes many for another thread to free is the worst that can happen to a general heap. Take throws
+// std::bad_alloc or returns null when there is no memory; Give is told the size that was asked for.
+struct ZELREKERNEL_EXPORT vTaskListHeap {
+    static void* Take(std::size_t size);
+    static void Give(void* array, std::size_t size) noexcept;
+};
 
 }  // namespace ZKL::vTaskDetail

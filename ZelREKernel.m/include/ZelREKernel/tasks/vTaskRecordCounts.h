@@ -12,7 +12,7 @@
 namespace ZKL::vTaskDetail {
 
 struct vTaskRecordCounts {
-    std::uint64_t blocks = 0;     // taken from the heap, 16 records each
+    std::uint64_t blocks = 0;     // taken from the heap, 16 nodes or jobs each
     std::uint64_t handedOut = 0;  // records that have been in use at least once
     std::int64_t live = 0;        // records in use now
 };
@@ -21,5 +21,7 @@ struct vTaskRecordCounts {
 ZELREKERNEL_EXPORT vTaskRecordCounts CountNodeRecords();
 // Callables that live in a record of their own count as well.
 ZELREKERNEL_EXPORT vTaskRecordCounts CountJobRecords();
+// The short heap arrays of nodes' lists, 40 to a block.
+ZELREKERNEL_EXPORT vTaskRecordCounts CountListRecords();
 
 }  // namespace ZKL::vTaskDetail
