@@ -2,6 +2,7 @@
 
 #include <MekHost/system/MekEvent.h>
 
+#include <algorithm>
 #include <new>
 
 #include "ZelREKernel/tasks/vWorkerThread.h"
@@ -14,8 +15,9 @@ namespace {
 // What a synchronisation node gives its event as the reason of the signal.
 constexpr int kNodeDone = 4;
 
-// How many dependents ahead of its release a node is fetched into the cache.
+// How many dependents ahead of its release a node is fetched into the cache, and what it needs.
 constexpr std::uint32_t kPrefetchDistance = 4;
+constexpr std::uint32_t kLaunchDistance = 2;
 
 }  // namespace
 
@@ -170,6 +172,18 @@ bool vTaskNode::Decide(std::exception_ptr& failure) noexcept {
     }
 }
 
+// Fetches into the cache what launch and deletion of a node need beside its record, if the caller
+// holds the only reference on it: its creator may be adding jobs to it else. Null is fine.
+void vTaskNode::PrefetchLaunch(const vTaskNode* node) noexcept {
+    if (node == nullptr || node->count_.load(std::memory_order_acquire) != 1) {
+        return;
+    }
+    if (!node->tasks_.IsEmpty()) {
+        vTaskDetail::PrefetchTaskRecord(node->tasks_.begin()->get());
+    }
+    __builtin_prefetch(node->dependents_.begin());
+}
+
 // Hands the jobs out. True when there is none or all are done already.
 bool vTaskNode::Launch(std::exception_ptr& failure) noexcept {
     if (tasks_.IsEmpty() && workerTasks_.IsEmpty()) {
@@ -188,6 +202,10 @@ bool vTaskNode::Launch(std::exception_ptr& failure) noexcept {
         workerTasks_.Clear();
     }
     Transit(Launching, Launched);
+    const std::uint32_t first = std::min(dependents_.Size(), kLaunchDistance);
+    for (std::uint32_t i = 0; i < first; ++i) {
+        vTaskDetail::PrefetchTaskRecord(dependents_[i].Get());
+    }
     return DropReference();
 }
 
@@ -238,6 +256,10 @@ void vTaskNode::BeginDelete() noexcept {
     tasks_.Clear();
     workerTasks_.Clear();
     count_.store(0, std::memory_order_relaxed);
+    const std::uint32_t first = std::min(dependents_.Size(), kLaunchDistance);
+    for (std::uint32_t i = 0; i < first; ++i) {
+        PrefetchLaunch(dependents_[i].Get());
+    }
 }
 
 // The next dependent that is not null, with the reference on it; null after the last.
@@ -250,6 +272,7 @@ vTaskNode* vTaskNode::TakeDependent() noexcept {
     count_.store(released, std::memory_order_relaxed);
     if (released + kPrefetchDistance < dependents_.Size()) {
         vTaskDetail::PrefetchTaskRecord(dependents_[released + kPrefetchDistance].Get());
+        PrefetchLaunch(dependents_[released + kLaunchDistance].Get());
     }
     return dependent;
 }

@@ -140,6 +140,7 @@ private:
     void DestroyEvent() noexcept;
     void BeginDelete() noexcept;
     vTaskNode* TakeDependent() noexcept;
+    static void PrefetchLaunch(const vTaskNode* node) noexcept;
     void EndDelete() noexcept;
 
     vSmallVector<NodeHandle, 1, 0> dependents_;
