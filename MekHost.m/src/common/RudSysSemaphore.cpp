@@ -1,5 +1,6 @@
 #include "MekHost/system/RudSysSemaphore.h"
 
+#include <algorithm>
 #include <atomic>
 #include <bit>
 #include <new>
@@ -44,8 +45,12 @@ public:
             // Release: what the poster did before is seen by whoever takes the permit.
         } while (!state_.compare_exchange_weak(state, state + posted, std::memory_order_release,
                                                std::memory_order_relaxed));
-        if (state >= kOneSleeper) {
-            mek::WakeSleepers(address, count);
+        // Nobody falls asleep while there is a permit, so every permit that was there has woken a
+        // sleeper of its own already: a burst of posts to one sleeper takes one system call.
+        const std::uint64_t sleepers = state / kOneSleeper;
+        const std::uint64_t permits = state & kPermits;
+        if (sleepers > permits) {
+            mek::WakeSleepers(address, static_cast<int>(std::min(posted, sleepers - permits)));
         }
         return kMekOk;
     }
