@@ -142,6 +142,40 @@ TEST_F(vWorkerThreadTest, BusyPoolServesLastInFirstOut) {
     EXPECT_EQ(Ran(), "afedcb");
 }
 
+// What the only thread posts itself and what others post meanwhile are one stack.
+TEST_F(vWorkerThreadTest, OneStackForPostsFromInsideAndOutside) {
+    vWorkerThread worker;
+    worker.RunPool(1);
+    worker.PostJob(vPooledTask::Create([&] {
+        worker.PostJob(Letters("ab"));
+        std::thread([&] { worker.PostJob(Letters("cd")); }).join();
+        worker.PostJob(Letter('e'));
+        std::thread([&] { worker.PostJob(Letter('f')); }).join();
+    }));
+    AwaitRan(6);
+    EXPECT_EQ(Ran(), "fedcba");
+}
+
+// A thread that holds a job for itself must not run anything that may wait for it.
+TEST_F(vWorkerThreadTest, DirectJobMayWaitForAJobLaunchedBeforeIt) {
+    vWorkerThread worker;
+    worker.RunPool(2);
+    auto first = vTaskNode::CreateNode(&worker);
+    auto opens = vTaskNode::CreateNode(&worker);
+    auto waits = vTaskNode::CreateNode(nullptr);
+    first->AddTask(Letter('a'));
+    opens->AddTask(vPooledTask::Create([&] { OpenGate(); }));
+    waits->AddTask(GatedLetter('b'));
+    opens->AddDependency(first.Get());
+    waits->AddDependency(first.Get());
+    vSynchroNode done(waits.Get());
+    opens.Reset();
+    waits.Reset();
+    first.Reset();
+    EXPECT_EQ(done.Wait(-1), 0);
+    EXPECT_EQ(Ran(), "ab");
+}
+
 // Jobs go to the sleeping threads first, a batch from its end, and the rest waits on the stack.
 TEST_F(vWorkerThreadTest, SleepingThreadsAreServedBeforeTheStack) {
     for (const bool asBatch : {false, true}) {

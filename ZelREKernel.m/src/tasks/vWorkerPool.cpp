@@ -6,7 +6,7 @@
 #include <mutex>
 #include <utility>
 
-#include "tasks/SpinBriefly.h"
+#include "tasks/Patience.h"
 
 namespace ZKL::vTaskDetail {
 namespace {
@@ -15,11 +15,6 @@ namespace {
 constexpr std::uint32_t kMostHeld = 32;
 
 }  // namespace
-
-vWorkerPool::Slot*& vWorkerPool::OwnSlot() noexcept {
-    __attribute__((tls_model("initial-exec"))) constinit static thread_local Slot* t_slot = nullptr;
-    return t_slot;
-}
 
 vWorkerPool::vWorkerPool(unsigned threadCount)
     : slots_(std::make_unique<Slot[]>(threadCount)), slotCount_(threadCount) {
@@ -86,7 +81,7 @@ void vWorkerPool::Post(vSmallVector<vJobHandle, 1, 0>& jobs) {
 
 // Keeps a job that this very thread posts, if it may; false leaves the job with the caller.
 bool vWorkerPool::Hold(vJobHandle&& job) noexcept {
-    Slot* const slot = OwnSlot();
+    Slot* const slot = OwnSlot::Get();
     if (slot == nullptr || slot->pool != this || !slot->holdsPosts) {
         return false;
     }
@@ -152,13 +147,14 @@ void vWorkerPool::Slot::HandOver(vJobHandle&& job) noexcept {
 }
 
 void vWorkerPool::RunLoop(Slot& slot) noexcept {
-    OwnSlot() = &slot;
+    OwnSlot::Set(&slot);
     slot.holdsPosts = IsAlone();
+    vPatience patience;
     do {
-        SpinBriefly([&] { return slot.state.load(std::memory_order_relaxed) != SlotIdle; });
+        patience.SpinUntil([&] { return slot.state.load(std::memory_order_relaxed) != SlotIdle; });
         std::uint32_t expected = SlotIdle;
         if (slot.state.compare_exchange_strong(expected, SlotAsleep)) {
-            WaitForSingleEvent(slot.wake.get(), -1);
+            patience.Watch([&] { WaitForSingleEvent(slot.wake.get(), -1); });
             slot.wake->Reset();
         }
         if (slot.handedOver) {
@@ -168,7 +164,7 @@ void vWorkerPool::RunLoop(Slot& slot) noexcept {
             RunJob(slot);
         }
     } while (!stop_.load(std::memory_order_acquire));
-    OwnSlot() = nullptr;
+    OwnSlot::Set(nullptr);
 }
 
 // Runs the job and destroys it: first its function, which may be anything, then what is ours.
@@ -224,7 +220,7 @@ void vWorkerPool::WakeOne() noexcept {
 
 vPublishPosts::vPublishPosts() noexcept
     : slot_([] {
-          vWorkerPool::Slot* const slot = vWorkerPool::OwnSlot();
+          vWorkerPool::Slot* const slot = vWorkerPool::OwnSlot::Get();
           return slot != nullptr && slot->holdsPosts && !slot->pool->IsAlone() ? slot : nullptr;
       }()) {
     if (slot_ != nullptr) {

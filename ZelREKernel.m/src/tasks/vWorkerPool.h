@@ -15,6 +15,7 @@
 #include <memory>
 #include <thread>
 
+#include "PerThread.h"
 #include "ZelREKernel/base/vSlimLock.h"
 #include "ZelREKernel/base/vSmallVector.h"
 #include "ZelREKernel/tasks/vJobQueue.h"
@@ -69,7 +70,7 @@ private:
     };
 
     // The slot of the calling thread, if it is a thread of any pool.
-    static Slot*& OwnSlot() noexcept;
+    using OwnSlot = PerThread<struct SlotTag, Slot*>;
 
     bool Hold(vJobHandle&& job) noexcept;
     void Publish(Slot& slot) noexcept;

@@ -8,7 +8,7 @@
 
 #include "PerThread.h"
 #include "ZelREKernel/tasks/vThreadUtils.h"
-#include "tasks/SpinBriefly.h"
+#include "tasks/Patience.h"
 #include "tasks/vWorkerPool.h"
 
 namespace ZKL {
@@ -132,8 +132,9 @@ void vWorkerThread::ManualRun() noexcept {}
 
 void vWorkerThread::RunLoop() noexcept {
     CurrentWorker::Set(this);
+    vTaskDetail::vPatience patience;
     while (!stopRequested_.load(std::memory_order_acquire)) {
-        if (!taken_.IsEmpty() || FetchJobs()) {
+        if (!taken_.IsEmpty() || FetchJobs(patience)) {
             RunFirst();
         }
     }
@@ -149,13 +150,13 @@ void vWorkerThread::RunFirst() {
 
 // Waits for jobs and takes all there are: they keep their order, and the lock is needed once for
 // all of them. False when the thread is asked to stop instead.
-bool vWorkerThread::FetchJobs() {
-    vTaskDetail::SpinBriefly(
+bool vWorkerThread::FetchJobs(vTaskDetail::vPatience& patience) {
+    patience.SpinUntil(
         [this] { return !queue_.IsEmpty() || stopRequested_.load(std::memory_order_relaxed); });
     std::unique_lock lock(queueMutex_);
     while (queue_.IsEmpty() && !stopRequested_.load(std::memory_order_relaxed)) {
         asleep_ = true;
-        queueSignal_.wait(lock);
+        patience.Watch([&] { queueSignal_.wait(lock); });
     }
     asleep_ = false;
     taken_.TakeAll(queue_);

@@ -25,8 +25,9 @@ class MekEvent;
 namespace ZKL {
 
 namespace vTaskDetail {
+class vPatience;
 class vWorkerPool;
-}
+}  // namespace vTaskDetail
 
 class ZELREKERNEL_EXPORT vWorkerThread {
 public:
@@ -73,7 +74,7 @@ public:
 private:
     void RunLoop() noexcept;
     void RunFirst();
-    bool FetchJobs();
+    bool FetchJobs(vTaskDetail::vPatience& patience);
     void DrainAfterStop();
     bool AppendFromInside(JobHandle& job) noexcept;
     void WakeThread(std::unique_lock<std::mutex>& lock) noexcept;
