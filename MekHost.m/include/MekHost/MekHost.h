@@ -9,6 +9,7 @@
 #include "MekHost/process/MekStartProcess.h"
 #include "MekHost/system/MekEvent.h"
 #include "MekHost/system/MekMutex.h"
+#include "MekHost/system/MekSignalStack.h"
 #include "MekHost/system/MekSockets.h"
 #include "MekHost/system/MekThreads.h"
 #include "MekHost/system/MekUnicodeString.h"

@@ -4,6 +4,7 @@
 
 #include "MekHost/MekStatus.h"
 #include "MekHost/assertion/MekCheck.h"
+#include "MekHost/system/MekSignalStack.h"
 #include "common/NativeThread.h"
 
 struct MekThreads::Native {
@@ -23,6 +24,7 @@ struct MekThreads::Native {
 
 // Out of Run() no exception can go on: noexcept ends the process.
 void MekThreads::Native::Main(void* self) noexcept {
+    const MekSignalStack stack;
     auto* const thread = static_cast<MekThreads*>(self);
     Native* const native = thread->native_;
     bool isDeleted = false;

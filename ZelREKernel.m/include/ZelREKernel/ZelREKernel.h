@@ -30,6 +30,7 @@
 #include "ZelREKernel/core/vSmartPtrLink.h"
 #include "ZelREKernel/core/vSmartPtrManager.h"
 #include "ZelREKernel/core/vSmartPtrObject.h"
+#include "ZelREKernel/diagnostics/vCrashHandling.h"
 #include "ZelREKernel/diagnostics/vDynamicLoader.h"
 #include "ZelREKernel/diagnostics/vProcessLauncher.h"
 #include "ZelREKernel/json/ZelCompactJSONWriter.h"

@@ -10,6 +10,7 @@
 #include "MekHost/assertion/MekCheck.h"
 #include "core/FieldOrder.h"
 #include "core/FormatText.h"
+#include "core/LastLines.h"
 #include "core/LogFlusher.h"
 
 namespace ZKL {
@@ -138,6 +139,9 @@ bool vLogger::AppendMessage(FLogLevel level, std::string_view formatted, const c
         }
         if (decorated_) {
             buffer_ += '\n';
+        }
+        if (lastLines_) {
+            lastLines_->Add(std::string_view(buffer_).substr(before));
         }
         return true;
     } catch (const std::bad_alloc&) {

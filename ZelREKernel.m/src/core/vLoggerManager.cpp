@@ -7,6 +7,7 @@
 
 #include "MekHost/MekStatus.h"
 #include "MekHost/process/MekEnvironment.h"
+#include "core/LastLines.h"
 #include "core/LogFlusher.h"
 #include "core/PipeliningLogger.h"
 
@@ -68,6 +69,7 @@ vLoggerManager& vLoggerManager::GetInstance() {
 vLoggerManager::vLoggerManager() {
     constexpr auto kEach = vLogger::eFlushEachMessage;
     constexpr auto kRequest = vLogger::eFlushOnRequest;
+    static_assert(kChannels == kLogChannels);
     const bool pipelining = IsPipeliningWanted();
     const Channel channels[kChannels] = {
         // output, mode, level, async, enabled, decorated
@@ -91,6 +93,7 @@ vLoggerManager::vLoggerManager() {
         }
         logger->outputName_ = channel.output ? channel.output : "";
         logger->decorated_ = channel.decorated;
+        logger->lastLines_ = &LastLinesOf(type);
         logger->enabled_.store(channel.enabled, std::memory_order_relaxed);
     }
 }

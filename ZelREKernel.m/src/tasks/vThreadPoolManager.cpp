@@ -1,11 +1,15 @@
 #include "ZelREKernel/tasks/vThreadPoolManager.h"
 
+#include <MekHost/system/MekSignalStack.h>
 #include <oneapi/tbb/global_control.h>
+#include <oneapi/tbb/task_scheduler_observer.h>
 #include <oneapi/tbb/version.h>
 
 #include <chrono>
+#include <new>
 #include <thread>
 
+#include "PerThread.h"
 #include "ZelREKernel/core/vCPUInfos.h"
 #include "base/LibraryEnd.h"
 #include "base/NativeLibrary.h"
@@ -21,9 +25,35 @@ int MaximumConcurrency() {
     return cores > 0 ? cores : tbb::task_arena::automatic;
 }
 
+// Gives oneTBB's own threads, while they are in the arena, a stack for the handler of a fatal
+// fault.
+class SignalStacks : public tbb::task_scheduler_observer {
+public:
+    explicit SignalStacks(tbb::task_arena& arena) : task_scheduler_observer(arena) {
+        observe(true);
+    }
+    ~SignalStacks() override { observe(false); }
+
+    void on_scheduler_entry(bool isWorker) override {
+        if (isWorker) {
+            Stack::Set(new (std::nothrow) MekSignalStack);
+        }
+    }
+    void on_scheduler_exit(bool isWorker) override {
+        if (isWorker) {
+            delete Stack::Get();
+            Stack::Set(nullptr);
+        }
+    }
+
+private:
+    using Stack = PerThread<struct StackTag, MekSignalStack*>;
+};
+
 struct Scheduling {
     tbb::task_scheduler_handle scheduler{tbb::attach{}};
     tbb::task_arena arena{MaximumConcurrency(), kReservedSlots, tbb::task_arena::priority::normal};
+    SignalStacks stacks{arena};
 };
 
 class Arena {

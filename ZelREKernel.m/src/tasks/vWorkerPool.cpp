@@ -1,6 +1,7 @@
 #include "tasks/vWorkerPool.h"
 
 #include <MekHost/system/MekEvent.h>
+#include <MekHost/system/MekSignalStack.h>
 
 #include <algorithm>
 #include <mutex>
@@ -147,6 +148,7 @@ void vWorkerPool::Slot::HandOver(vJobHandle&& job) noexcept {
 }
 
 void vWorkerPool::RunLoop(Slot& slot) noexcept {
+    const MekSignalStack stack;
     OwnSlot::Set(&slot);
     slot.holdsPosts = IsAlone();
     vPatience patience;

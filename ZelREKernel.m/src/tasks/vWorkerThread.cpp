@@ -1,6 +1,7 @@
 #include "ZelREKernel/tasks/vWorkerThread.h"
 
 #include <MekHost/system/MekEvent.h>
+#include <MekHost/system/MekSignalStack.h>
 
 #include <exception>
 #include <system_error>
@@ -49,7 +50,10 @@ void vWorkerThread::RunSingle() {
     if (thread_.joinable()) {
         std::terminate();
     }
-    thread_ = std::thread([this] { RunLoop(); });
+    thread_ = std::thread([this] {
+        const MekSignalStack stack;
+        RunLoop();
+    });
     PostJob(vPooledTask::Create([name = name_] { vThreadUtils::SetThreadName(name.c_str()); }));
 }
 

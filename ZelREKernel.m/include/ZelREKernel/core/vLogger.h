@@ -19,6 +19,8 @@
 
 namespace ZKL {
 
+class LastLines;
+
 class ZELREKERNEL_EXPORT vLogger {
 public:
     // A message passes when its level is at least the logger's, so warnings rank below information.
@@ -91,6 +93,7 @@ private:
     std::string buffer_;
     mutable vSlimLock lock_;
     bool async_;
+    LastLines* lastLines_ = nullptr;  // a channel's, for the crash report; other loggers have none
 };
 
 }  // namespace ZKL

@@ -4,23 +4,16 @@
 #include <elf.h>
 #include <fcntl.h>
 #include <sched.h>
-#include <sys/mman.h>
-#include <sys/prctl.h>
-#include <sys/syscall.h>
 #include <sys/utsname.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
-#include <cerrno>
 #include <cstring>
 #include <ctime>
 #include <iterator>
 
 #include "diagnostics/linux/DumpFile.h"
 #include "diagnostics/linux/ProcessMaps.h"
-#include "diagnostics/linux/StoppedThreads.h"
 
 namespace ZKL {
 namespace {
@@ -38,8 +31,8 @@ constexpr std::uint64_t kMostBeforeMemory = std::uint64_t{1} << 31;
 // One dump, stream by stream.
 class Writer {
 public:
-    Writer(const DumpRequest& request, pid_t process, pid_t asking)
-        : request_(request), file_(request.path), threads_(process, asking, request.context) {}
+    Writer(const char* path, const Fault* fault, const StoppedThreads& threads)
+        : fault_(fault), file_(path), threads_(threads) {}
 
     bool Write();
 
@@ -57,9 +50,9 @@ private:
     void AddMemory();
     void AppendMapping(const Mapping& mapping);
 
-    const DumpRequest& request_;
+    const Fault* fault_;
     DumpFile file_;
-    StoppedThreads threads_;
+    const StoppedThreads& threads_;
     MapList maps_;
     int pagemap_ = -1;
     Location askingContext_ = {};
@@ -134,15 +127,16 @@ void Writer::AddThreads() {
 }
 
 void Writer::AddException() {
-    if (request_.signal == nullptr) {
+    if (fault_ == nullptr) {
         return;
     }
+    const siginfo_t& signal = *fault_->signal;
     Exception exception = {};
     exception.threadId = askingId_;
-    exception.code = static_cast<std::uint32_t>(request_.signal->si_signo);
-    exception.flags = static_cast<std::uint32_t>(request_.signal->si_code);
-    const bool atAddress = request_.signal->si_code > 0 && request_.signal->si_signo != SIGABRT;
-    exception.address = atAddress ? reinterpret_cast<std::uint64_t>(request_.signal->si_addr) : 0;
+    exception.code = static_cast<std::uint32_t>(signal.si_signo);
+    exception.flags = static_cast<std::uint32_t>(signal.si_code);
+    const bool atAddress = signal.si_code > 0 && signal.si_signo != SIGABRT;
+    exception.address = atAddress ? reinterpret_cast<std::uint64_t>(signal.si_addr) : 0;
     exception.context = askingContext_;
     AddStream(eException, file_.Append(&exception, sizeof(exception)));
 }
@@ -335,54 +329,11 @@ void Writer::AppendMapping(const Mapping& mapping) {
     used ? file_.AppendMemory(done, mapping.end - done) : file_.Skip(mapping.end - done);
 }
 
-// What the helper needs; it lives on the stack of the thread that asks.
-struct HelperTask {
-    const DumpRequest* request;
-    pid_t process;
-    pid_t asking;
-    std::atomic<bool> allowed{false};
-    bool written = false;
-};
-
-// The helper process. It has a copy of the handlers of this process: a fault here must not start
-// another dump.
-int RunHelper(void* argument) {
-    auto& task = *static_cast<HelperTask*>(argument);
-    for (const int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT}) {
-        ::signal(signal, SIG_DFL);
-    }
-    while (!task.allowed.load(std::memory_order_acquire)) {
-        sched_yield();
-    }
-    Writer writer(*task.request, task.process, task.asking);
-    task.written = writer.Write();
-    return 0;
-}
-
 }  // namespace
 
-bool WriteMinidump(const DumpRequest& request) {
-    constexpr std::size_t kStackBytes = std::size_t{1} << 20;
-    void* const stack = mmap(nullptr, kStackBytes, PROT_READ | PROT_WRITE,
-                             MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK, -1, 0);
-    if (stack == MAP_FAILED) {
-        return false;
-    }
-    HelperTask task{&request, getpid(), static_cast<pid_t>(syscall(SYS_gettid))};
-    // No signal at its end, so that no handler of the host's and no setting for SIGCHLD matters.
-    const pid_t helper = clone(RunHelper, static_cast<char*>(stack) + kStackBytes,
-                               CLONE_VM | CLONE_FS | CLONE_FILES | CLONE_UNTRACED, &task);
-    if (helper >= 0) {
-        // Where only ancestors may trace, this makes the helper one that may. Elsewhere it fails.
-        prctl(PR_SET_PTRACER, helper, 0, 0, 0);
-        task.allowed.store(true, std::memory_order_release);
-        int status = 0;
-        while (waitpid(helper, &status, __WALL) < 0 && errno == EINTR) {
-        }
-        prctl(PR_SET_PTRACER, 0, 0, 0, 0);
-    }
-    munmap(stack, kStackBytes);
-    return helper >= 0 && task.written;
+bool WriteMinidump(const char* path, const Fault* fault, const StoppedThreads& threads) {
+    Writer writer(path, fault, threads);
+    return writer.Write();
 }
 
 }  // namespace ZKL

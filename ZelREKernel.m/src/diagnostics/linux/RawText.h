@@ -31,6 +31,12 @@ public:
         } while (number != 0);
         return *this += std::string_view(digits + first, sizeof(digits) - first);
     }
+    // With zeros in front up to `digits` digits; more are cut off.
+    void AppendHexadecimal(std::uint64_t number, int digits) {
+        while (--digits >= 0) {
+            *this += std::string_view("0123456789abcdef").substr(number >> 4 * digits & 0xf, 1);
+        }
+    }
     const char* CString() const { return text_; }
     std::string_view View() const { return {text_, size_}; }
 

@@ -167,6 +167,10 @@ StoppedThreads::StoppedThreads(pid_t process, pid_t asking, const ucontext_t* co
 }
 
 StoppedThreads::~StoppedThreads() {
+    Release();
+}
+
+void StoppedThreads::Release() {
     for (const StoppedThread& thread : threads_) {
         ptrace(PTRACE_DETACH, thread.id, nullptr, nullptr);
     }

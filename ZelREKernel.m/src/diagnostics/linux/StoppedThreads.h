@@ -24,10 +24,12 @@ public:
     // `process` is the process that made this one; its thread `asking` waits for us and is not
     // stopped. `context` holds the registers of that thread, or is null to leave them unknown.
     StoppedThreads(pid_t process, pid_t asking, const ucontext_t* context);
-    // Lets them run on.
     ~StoppedThreads();
     StoppedThreads(const StoppedThreads&) = delete;
     StoppedThreads& operator=(const StoppedThreads&) = delete;
+
+    // Lets them run on; what was read of them stays.
+    void Release();
 
     // The thread that asks comes first.
     const RawArray<StoppedThread>& Threads() const { return threads_; }

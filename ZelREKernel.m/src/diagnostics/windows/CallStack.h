@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string>
+
+#include "diagnostics/windows/Fault.h"
+
+namespace ZKL {
+
+// The stack from the frame of the fault outwards, one line a frame: number, address, function,
+// source file and line, or module and offset where symbols are missing.
+std::string DescribeCallStack(const Fault& fault);
+
+}  // namespace ZKL

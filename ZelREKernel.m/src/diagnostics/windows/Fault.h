@@ -1,0 +1,12 @@
+#pragma once
+
+#include <windows.h>
+
+namespace ZKL {
+
+// What Windows tells of a fault.
+struct Fault {
+    EXCEPTION_POINTERS* pointers;
+};
+
+}  // namespace ZKL

@@ -1,0 +1,237 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstring>
+#include <filesystem>
+#include <regex>
+
+#include "ZelREKernel/diagnostics/vCrashHandling.h"
+#include "diagnostics/linux/MinidumpFormat.h"
+#include "support/TempDir.h"
+
+namespace {
+
+namespace Format = ZKL::Minidump;
+
+// The sanitizers' run-time libraries answer some of these faults themselves.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kSanitized = true;
+#else
+constexpr bool kSanitized = false;
+#endif
+
+// A file in memory, for as long as the program runs: most of a dump is a hole that no copy needs.
+std::string_view Map(const std::string& name) {
+    const int file = open(name.c_str(), O_RDONLY | O_CLOEXEC);
+    struct stat status = {};
+    fstat(file, &status);
+    const auto bytes = static_cast<std::size_t>(status.st_size);
+    void* const memory = mmap(nullptr, bytes, PROT_READ, MAP_PRIVATE, file, 0);
+    close(file);
+    return memory == MAP_FAILED ? std::string_view()
+                                : std::string_view(static_cast<const char*>(memory), bytes);
+}
+
+struct Outcome {
+    int signal = 0;  // that ended the program
+    std::string_view said;
+    std::string_view dump;
+    std::string_view report;
+};
+
+// The file that a dump made in `directory` and whose name ends so.
+std::string_view FindFile(const test::TempDir& directory, const char* ending) {
+    for (const auto& entry : std::filesystem::directory_iterator(directory.Path())) {
+        if (std::regex_match(
+                entry.path().filename().string(),
+                std::regex(std::string("MiniDump-\\d\\d-\\d{6}_\\d\\dh\\d\\d") + ending))) {
+            return Map(entry.path().string());
+        }
+    }
+    return {};
+}
+
+// Runs the program that crashes with its standard error in a file.
+Outcome Crash(const char* kind, const char* where, const char* reactions) {
+    const test::TempDir directory;
+    const std::string said = directory.File("said");
+    const pid_t child = fork();
+    if (child == 0) {
+        setenv("ZelCrashDumpDirectory", directory.Path().c_str(), 1);
+        const rlimit none = {};
+        setrlimit(RLIMIT_CORE, &none);
+        dup2(open(said.c_str(), O_CREAT | O_WRONLY | O_APPEND, 0600), STDERR_FILENO);
+        dup2(open("/dev/null", O_WRONLY), STDOUT_FILENO);
+        execl(ZEL_TEST_BIN_DIR "/crashing-program", "crashing-program", kind, where, reactions,
+              nullptr);
+        _exit(127);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    return {WIFSIGNALED(status) ? WTERMSIG(status) : 0, Map(said), FindFile(directory, "\\.dmp"),
+            FindFile(directory, "\\.txt")};
+}
+
+bool Contains(std::string_view text, std::string_view part) {
+    return text.find(part) != std::string_view::npos;
+}
+
+template <typename Record>
+Record At(std::string_view dump, std::uint64_t offset) {
+    Record record = {};
+    if (offset + sizeof(record) <= dump.size()) {
+        std::memcpy(&record, dump.data() + offset, sizeof(record));
+    }
+    return record;
+}
+
+Format::Location FindStream(std::string_view dump, Format::StreamType type) {
+    const auto header = At<Format::Header>(dump, 0);
+    for (std::uint32_t i = 0; i < header.streamCount; ++i) {
+        const auto entry = At<Format::DirectoryEntry>(
+            dump, header.directoryOffset + i * sizeof(Format::DirectoryEntry));
+        if (entry.type == type) {
+            return entry.location;
+        }
+    }
+    return {};
+}
+
+// The bytes that the process had at `address`, out of the dump's full memory.
+std::string_view MemoryAt(std::string_view dump, std::uint64_t address, std::size_t bytes) {
+    const Format::Location stream = FindStream(dump, Format::eMemory64List);
+    const auto head = At<Format::Memory64Head>(dump, stream.offset);
+    std::uint64_t offset = head.offset;
+    for (std::uint64_t i = 0; i < head.count; ++i) {
+        const auto range = At<Format::Memory64Range>(
+            dump, stream.offset + sizeof(head) + i * sizeof(Format::Memory64Range));
+        if (address >= range.address && address + bytes <= range.address + range.bytes) {
+            return dump.substr(offset + (address - range.address), bytes);
+        }
+        offset += range.bytes;
+    }
+    return {};
+}
+
+// The dump tells the fault, has all threads with their registers, and holds their stacks.
+void CheckDump(std::string_view dump, int signal) {
+    const auto header = At<Format::Header>(dump, 0);
+    ASSERT_EQ(header.signature, Format::kSignature);
+    EXPECT_EQ(header.flags, Format::kWithFullMemory);
+    const auto exception = At<Format::Exception>(dump, FindStream(dump, Format::eException).offset);
+    EXPECT_EQ(exception.code, static_cast<std::uint32_t>(signal));
+    const std::uint32_t threads = FindStream(dump, Format::eThreadList).offset;
+    const auto count = At<std::uint32_t>(dump, threads);
+    EXPECT_GE(count, 2u);  // the flusher of the log is one
+    bool found = false;
+    for (std::uint32_t i = 0; i < count; ++i) {
+        const auto thread = At<Format::Thread>(dump, threads + 4 + i * sizeof(Format::Thread));
+        const auto registers = At<Format::Context>(dump, thread.context.offset);
+        EXPECT_NE(registers.rsp, 0u);
+        EXPECT_EQ(MemoryAt(dump, thread.stack.address, 64),
+                  dump.substr(thread.stack.location.offset, 64));
+        found = found || thread.id == exception.threadId;
+    }
+    EXPECT_TRUE(found);
+    const Format::Location report = FindStream(dump, Format::eCrashReport);
+    EXPECT_TRUE(Contains(dump.substr(report.offset, report.bytes), "a line of the crash report\n"));
+}
+
+// A line "#<n>  0x<address>  function (.../CrashingProgram.cpp:<line>)".
+bool NamesFrame(std::string_view text, std::string_view function) {
+    const std::size_t at = text.find("  " + std::string(function) + " (");
+    const std::string_view line = text.substr(std::min(at, text.size()));
+    return Contains(line.substr(0, line.find('\n')), "CrashingProgram.cpp:");
+}
+
+TEST(Crash, DumpsAProcessThatIsWell) {
+    const test::TempDir directory;
+    const std::string mark = "a text that only this process has " + std::to_string(getpid());
+    setenv("ZelCrashDumpDirectory", directory.Path().c_str(), 1);
+    ZKL::CreateMiniDump();
+    const std::string_view dump = FindFile(directory, "\\.dmp");
+    EXPECT_EQ(At<Format::Header>(dump, 0).signature, Format::kSignature);
+    EXPECT_EQ(FindStream(dump, Format::eException).bytes, 0u);
+    EXPECT_EQ(MemoryAt(dump, reinterpret_cast<std::uint64_t>(mark.data()), mark.size()), mark);
+
+    setenv("ZelCrashDumpDirectory", directory.File("nowhere").c_str(), 1);
+    ZKL::CreateMiniDump();  // nothing happens
+    EXPECT_FALSE(std::filesystem::exists(directory.File("nowhere")));
+    unsetenv("ZelCrashDumpDirectory");
+}
+
+// Each way to crash, on each kind of thread: the process still dies as it would have, and
+// everything there is to know of it is there.
+TEST(Crash, IsReportedWhateverItIsAndWhereverItHappens) {
+    const struct {
+        const char* kind;
+        int signal;
+        const char* code;
+        const char* function;
+        bool sanitized;  // also where a sanitizer runs
+    } kinds[] = {
+        {"null-write", SIGSEGV, "c0000005", "CrashByNullWrite", true},
+        {"bad-jump", SIGSEGV, "c0000005", "CrashByBadJump", true},
+        {"stack-overflow", SIGSEGV, "c0000005", "CrashByStackOverflow", false},
+        {"abort", SIGABRT, "40000015", "CrashByAbort", true},
+        {"division", SIGFPE, "c0000094", "CrashByDivision", false},
+        {"heap-corruption", SIGABRT, "40000015", "CrashByHeapCorruption", false},
+    };
+    for (const auto& kind : kinds) {
+        if (kSanitized && !kind.sanitized) {
+            std::cout << kind.kind << ": SKIPPED, the sanitizer answers it itself\n";
+            continue;
+        }
+        for (const char* const where : {"main", "worker", "arena"}) {
+            SCOPED_TRACE(testing::Message() << kind.kind << " on " << where);
+            const Outcome outcome = Crash(kind.kind, where, "11");
+            if (!kSanitized) {
+                EXPECT_EQ(outcome.signal, kind.signal);
+            }
+            EXPECT_TRUE(Contains(outcome.said, "************ Exception catched! Code: " +
+                                                   std::string(kind.code) + "\n# 0  0x"));
+            EXPECT_TRUE(NamesFrame(outcome.said, kind.function)) << outcome.said;
+            CheckDump(outcome.dump, kind.signal);
+            for (const std::string part :
+                 {"==== FAULT ====\nSIG", "==== THREADS ====\n", " Zelo:LogFlusher\n",
+                  "==== ZELO INFORMATION ====\na line of the crash report\n",
+                  "==== LAST LINES OF Default ====\n[INFO]\t : a line of the log\n"}) {
+                EXPECT_TRUE(Contains(outcome.report, part)) << part;
+            }
+            EXPECT_TRUE(NamesFrame(outcome.report, kind.function));
+        }
+    }
+}
+
+TEST(Crash, DoesNoMoreThanItWasToldTo) {
+    const struct {
+        const char* reactions;
+        bool says;
+        bool stack;
+        bool dumps;
+    } cases[] = {{"0", false, false, false}, {"1", true, false, false}, {"9", true, false, true}};
+    for (const auto& c : cases) {
+        const Outcome outcome = Crash("abort", "main", c.reactions);
+        EXPECT_EQ(outcome.signal, SIGABRT);
+        EXPECT_EQ(outcome.said, c.says ? "************ Exception catched! Code: 40000015\n" : "");
+        EXPECT_EQ(!outcome.dump.empty(), c.dumps);
+    }
+}
+
+TEST(Crash, WaitsForTheDebuggerItStarts) {
+    const test::TempDir directory;
+    setenv("ZelDebuggerCommand", ("echo %d > " + directory.File("asked")).c_str(), 1);
+    ZKL::AttachDebugger();  // ends without attaching: nobody waits for ever
+    EXPECT_EQ(test::ReadFile(directory.File("asked")), std::to_string(getpid()) + "\n");
+    setenv("ZelDebuggerCommand", "/nonexistent/debugger %d 2>/dev/null", 1);
+    ZKL::AttachDebugger();
+    unsetenv("ZelDebuggerCommand");
+}
+
+}  // namespace
