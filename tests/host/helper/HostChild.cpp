@@ -11,12 +11,15 @@
 #include <cstdlib>
 #include <fstream>
 #include <string>
+#include <vector>
+
+#include "Arguments.h"
 
 namespace {
 
-int WriteArguments(int count, char** arguments) {
+int WriteArguments(const std::vector<std::string>& arguments) {
     std::ofstream file(arguments[2], std::ios::binary);
-    for (int i = 3; i < count; ++i) {
+    for (std::size_t i = 3; i < arguments.size(); ++i) {
         file << arguments[i] << '\n';
     }
     return file.flush() ? 0 : 1;
@@ -45,7 +48,7 @@ int main(int count, char** arguments) {
         return std::atoi(arguments[2]);
     }
     if (order == "arguments") {
-        return WriteArguments(count, arguments);
+        return WriteArguments(Utf8Arguments(count, arguments));
     }
     if (order == "owns") {
         return write(std::atoi(arguments[2]), "x", 1) == 1 ? 1 : 0;
