@@ -13,6 +13,7 @@ import sys
 
 import tree
 
+DLLS = os.path.join(tree.ROOT, "build/windows/bin")
 LISTS = {
     "libMekHost.so": tree.HOST + "/exported-symbols.txt",
     "libZelREKernel.so": tree.KERNEL + "/exported-symbols.txt",
@@ -80,6 +81,54 @@ def exported(library):
     return sorted(ours), sorted(strangers)
 
 
+def dll_exports(library):
+    """The demangled names that a DLL exports."""
+    listing = subprocess.run(["x86_64-w64-mingw32-objdump", "-p", library], check=True,
+                             capture_output=True, text=True).stdout
+    names = re.findall(r"^\s+\[\s*\d+\] (\S+)$",
+                       listing[listing.index("[Ordinal/Name Pointer] Table"):], re.MULTILINE)
+    return subprocess.run(["c++filt"], input="\n".join(names), check=True, capture_output=True,
+                          text=True).stdout.splitlines()
+
+
+def common_form(name):
+    """What a symbol is called where the two systems' ABIs call the same thing by other names."""
+    name = STRING.sub("std::string", name).replace("[abi:cxx11]", "")
+    name = re.sub(r"std::basic_([io]stream)<char, std::char_traits<char> >", r"std::\1", name)
+    # 64 bits are a long there and a long long here; so is a size.
+    name = re.sub(r"\blong long\b", "long", name)
+    # A va_list is an array there and a pointer here, and only as the last parameter.
+    return re.sub(r"char const\*, (__va_list_tag\*|char\*)\)", "char const*, va_list)", name)
+
+
+def dll_differences(library, listed, weak):
+    """How a DLL's exports differ from the shared object's, but for what the systems force.
+
+    - Tables and type information go with the class; which of them are symbols differs.
+    - A nested class is visible with its outer class on Linux, and on Windows where it says so.
+    - Inline functions, which are weak on Linux, are compiled by their users and need not be there.
+    """
+    there = {common_form(name) for name in listed if not PREFIX.search(name)}
+    here = {common_form(name) for name in dll_exports(os.path.join(DLLS, library))}
+    here = {name for name in here if not PREFIX.search(name)}
+    scopes = {owner(name).rpartition("::")[0] for name in here}
+
+    def is_class(scope):
+        last = scope.rpartition("::")[2]
+        return any(owner(name) in (f"{scope}::{last}", f"{scope}::~{last}") for name in there)
+
+    def is_nested(name):
+        scope = owner(name).rpartition("::")[0]
+        return scope not in scopes and is_class(scope.rpartition("::")[0])
+
+    for name in sorted(there - here):
+        if not is_nested(name) and name not in weak:
+            yield f"{library} lacks {name}"
+    for name in sorted(here - there):
+        if not FOREIGN.search(owner(name)):
+            yield f"{library} exports {name} and the shared object does not"
+
+
 def main():
     update = "--update" in sys.argv[1:]
     problems = []
@@ -95,6 +144,11 @@ def main():
             print(f"{path}: {len(ours)} symbols")
             continue
         listed = open(full, encoding="utf-8").read().splitlines() if os.path.exists(full) else []
+        dll = library[len("lib"):-len(".so")] + ".dll"
+        if os.path.exists(os.path.join(DLLS, dll)):
+            weak = {common_form(name.split("@@")[0]) for kind, name in
+                    dynamic_table(built, "--defined-only", "--demangle") if kind in "VWvw"}
+            problems += dll_differences(dll, listed, weak)
         problems += difflib.unified_diff(listed, ours, path, library, lineterm="", n=0)
     tree.finish(problems)
 
