@@ -50,6 +50,15 @@ void* operator new(std::size_t size) {
     return block;
 }
 
+// A sanitizer's own would not come here.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    try {
+        return operator new(size);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
 void operator delete(void* block) noexcept {
     s_live -= block != nullptr ? 1 : 0;
     std::free(block);

@@ -6,7 +6,8 @@
 // insertion takes at most Levels() + 1 of them, which the caller reserves. One thread at a time.
 //
 // Order names the entry, the key that it is sorted by, KeyOf, Less, and Rank, a number of an entry
-// or a key that Less compares first; where many ranks are equal, a search walks through its node.
+// or a key that Less compares first. What consists of all ones comes last.
+//
 // Bayer and McCreight, "Organization and Maintenance of Large Ordered Indices" (1972); removal
 // joins neighbours when both are thin and never borrows.
 
@@ -287,12 +288,23 @@ private:
     static std::uint64_t Divide(std::uint64_t n, std::uint64_t by) { return (n + by - 1) / by; }
 
     static Leaf* MakeLeaf(ChunkPool& pool) {
-        return new (pool.Take()) Leaf{};  // zeros: the search looks behind the last entry
+        Leaf* const leaf = new (pool.Take()) Leaf;
+        leaf->count = leaf->level = 0;
+        leaf->previous = leaf->next = nullptr;
+        Pad(leaf->entries, 0, Leaf::kMost);
+        return leaf;
     }
     static Inner* MakeInner(std::uint32_t level, ChunkPool& pool) {
-        Inner* const inner = new (pool.Take()) Inner{};
+        Inner* const inner = new (pool.Take()) Inner;
+        inner->count = 0;
         inner->level = level;
+        Pad(inner->keys, 0, Inner::kMost);
         return inner;
+    }
+    // Fills what the search may look at behind the last item with what comes after every other.
+    template <class Item>
+    static void Pad(Item* items, std::uint32_t from, std::uint32_t to) {
+        std::memset(static_cast<void*>(items + from), 0xff, (to - from) * sizeof(Item));
     }
     static void Link(Leaf* before, Leaf* leaf, Leaf* after) {
         leaf->previous = before;
@@ -325,31 +337,35 @@ private:
         return total;
     }
 
-    // How many of `n` sorted items rank below `rank`. It looks at every eighth item and then at the
-    // eight between two of those: more comparisons than a binary search, but no branch that is
-    // guessed wrong half of the time, and the cache lines are fetched beside each other. Items
-    // behind the n-th, up to kRoom, a multiple of eight, are looked at and do not count.
-    template <std::uint32_t kRoom, class Item>
-    static std::uint32_t CountBelow(std::uint64_t rank, const Item* items, std::uint32_t n) {
+    // How many of `n` sorted items the predicate holds for, which is so for those that rank below
+    // `rank`. It looks at every eighth item and then at the eight between two of those: more
+    // comparisons than a binary search, but no branch that is guessed wrong half of the time, and
+    // the cache lines are fetched beside each other. Behind the n-th item, up to kRoom, there is
+    // padding.
+    template <std::uint32_t kRoom, class Item, class Predicate>
+    static std::uint32_t CountWhile(std::uint64_t rank, const Item* items, std::uint32_t n,
+                                    Predicate holds) {
         static_assert(kRoom % kStride == 0);
-        const auto isBelow = [=](std::uint32_t i) {
-            return static_cast<std::uint32_t>((Order::Rank(items[i]) < rank) & (i < n));
-        };
-        std::uint32_t base = 0;
+        std::uint32_t count = 0;
         if (n > kStride) {
 #pragma GCC unroll 8
             for (std::uint32_t i = kStride - 1; i < kRoom; i += kStride) {
-                base += kStride * isBelow(i);
+                count += Order::Rank(items[i]) < rank ? 1U : 0U;
+            }
+            count *= kStride;
+            // Only among equal ranks.
+            while (count + kStride <= n && holds(items[count + kStride - 1])) {
+                count += kStride;
             }
         }
-        std::uint32_t count = base;
-        if (base < n) {
+        if (count < n) {
+            const Item* const rest = items + count;
 #pragma GCC unroll 8
             for (std::uint32_t i = 0; i < kStride; ++i) {
-                count += isBelow(base + i);
+                count += holds(rest[i]) ? 1U : 0U;
             }
         }
-        return count;
+        return std::min(count, n);
     }
 
     void Descend(const Key& key, Place& place) const {
@@ -358,23 +374,18 @@ private:
         std::uint32_t depth = 0;
         while (node->level != 0) {
             Inner* const inner = static_cast<Inner*>(node);
-            const std::uint32_t last = inner->count - 1;
-            const Key* const lows = inner->keys + 1;
-            std::uint32_t child = CountBelow<Inner::kMost - 1>(rank, lows, last);
-            while (child < last && !Order::Less(key, lows[child])) {
-                ++child;
-            }
+            const std::uint32_t child = CountWhile<Inner::kMost - 1>(
+                rank, inner->keys + 1, inner->count - 1,
+                [&](const Key& low) { return !Order::Less(key, low); });
             place.path_[depth++] = {inner, child};
             node = inner->children[child];
         }
         Leaf* const leaf = static_cast<Leaf*>(node);
         place.leaf_ = leaf;
         place.depth_ = depth;
-        std::uint32_t at = CountBelow<Leaf::kMost>(rank, leaf->entries, leaf->count);
-        while (at < leaf->count && Order::Less(Order::KeyOf(leaf->entries[at]), key)) {
-            ++at;
-        }
-        place.at_ = at;
+        place.at_ = CountWhile<Leaf::kMost>(
+            rank, leaf->entries, leaf->count,
+            [&](const Entry& entry) { return Order::Less(Order::KeyOf(entry), key); });
     }
 
     template <class Item>
@@ -398,6 +409,7 @@ private:
         MoveItems(right->entries, leaf->entries + half, Leaf::kMost - half);
         right->count = Leaf::kMost - half;
         leaf->count = half;
+        Pad(leaf->entries, half, Leaf::kMost);
         Link(leaf, right, leaf->next);
         if (at > half) {
             leaf = right;
@@ -448,6 +460,7 @@ private:
         right->count = Inner::kMost - half;
         CopyChildren(*right, 0, inner, half);
         inner.count = half;
+        Pad(inner.keys, half, Inner::kMost);
         return right;
     }
     // Copies the children of `from`, beginning with `first`, as many as `to` has room for by count.
@@ -468,6 +481,7 @@ private:
     static void DropChild(Inner& inner, std::uint32_t at) {
         CopyChildren(inner, at, inner, at + 1);
         --inner.count;
+        Pad(inner.keys, inner.count, inner.count + 1);
     }
 
     // Adds a leaf at the end while the sequence is built.
@@ -513,6 +527,7 @@ private:
         const std::uint32_t behind = place.at_ + count;
         MoveItems(leaf.entries + place.at_, leaf.entries + behind, leaf.count - behind);
         leaf.count -= count;
+        Pad(leaf.entries, leaf.count, leaf.count + count);
         for (std::uint32_t d = 0; d < place.depth_; ++d) {
             place.path_[d].node->totals[place.path_[d].child] -= count;
         }
