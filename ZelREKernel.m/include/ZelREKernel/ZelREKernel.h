@@ -46,6 +46,7 @@
 #include "ZelREKernel/memory/vAllocatorSwitch.h"
 #include "ZelREKernel/memory/vArena.h"
 #include "ZelREKernel/memory/vBestFitAllocator.h"
+#include "ZelREKernel/memory/vCoalescentAllocator.h"
 #include "ZelREKernel/memory/vFrameAllocator.h"
 #include "ZelREKernel/memory/vLinearAllocator.h"
 #include "ZelREKernel/memory/vMemoryResource.h"

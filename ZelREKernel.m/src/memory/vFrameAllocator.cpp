@@ -117,7 +117,7 @@ void* vFrameAllocatorImpl<Mutex, kBuffers, kShrinkFrames>::AllocSlowly(std::uint
         blockEnd_ = blockBegin_ + std::uint64_t{count} * pageSize_;
         p = AlignUp(blockBegin_, alignment);
     }
-    used_ = static_cast<std::uint32_t>(p - blockBegin_) + size;
+    used_ = static_cast<std::uint32_t>(p + size - blockBegin_);
     Unpoison(p, std::min(p + size, blockEnd_));
     return reinterpret_cast<void*>(p);
 }

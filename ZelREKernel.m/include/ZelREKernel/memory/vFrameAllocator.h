@@ -61,7 +61,7 @@ public:
         if (kAddressSanitizer || p + size >= blockEnd_) {
             return AllocSlowly(size, alignment);
         }
-        used_ = static_cast<std::uint32_t>(p - blockBegin_) + size;
+        used_ = static_cast<std::uint32_t>(p + size - blockBegin_);
         return reinterpret_cast<void*>(p);
     }
 

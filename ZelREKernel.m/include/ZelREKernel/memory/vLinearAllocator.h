@@ -79,11 +79,7 @@ private:
 
     void* AllocSlowly(std::uint32_t size, std::uint32_t alignment);
     bool TakeBlock(std::uint32_t size);
-    void SetUsed(std::uintptr_t p, std::uint32_t size) {
-        used_ =
-            std::uint64_t{static_cast<std::uint32_t>(p) - static_cast<std::uint32_t>(blockBegin_)} +
-            size;
-    }
+    void SetUsed(std::uintptr_t p, std::uint32_t size) { used_ = p + size - blockBegin_; }
     void SetBlock(std::uintptr_t begin, std::uintptr_t end, std::uint64_t used);
 
     vPageAllocator* backend_ = nullptr;
