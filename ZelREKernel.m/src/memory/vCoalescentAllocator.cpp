@@ -17,6 +17,10 @@ constexpr std::uint64_t kLongestRun = std::uint64_t{1} << 31;
 
 }  // namespace
 
+// On Windows users import the constants of an exported class as they do its functions.
+constexpr std::uint32_t vCoalescentAllocator::InvalidId;
+constexpr std::uint64_t vCoalescentAllocator::kDefaultSize;
+
 struct vCoalescentAllocator::Layout {
     ZKL_FIELD_ORDER_BEGIN
     static_assert(offsetof(vCoalescentAllocator, freeRanges_) == 0);
