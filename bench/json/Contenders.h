@@ -5,6 +5,7 @@
 
 #include <benchmark/benchmark.h>
 #include <rapidjson/document.h>
+#include <rapidjson/prettywriter.h>
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 #include <simdjson.h>
@@ -14,10 +15,31 @@
 #include <stdexcept>
 #include <string>
 
+#include "ZelREKernel/json/ZelCompactJSONWriter.h"
+#include "ZelREKernel/json/ZelFancyJSONWriter.h"
+#include "ZelREKernel/json/ZelJSONReader.h"
 #include "json/Heap.h"
 #include "json/JSONDocuments.h"
 
 namespace bench {
+
+struct Ours {
+    static constexpr const char* kName = "ours";
+    using Document = ZelJSONValue;
+    using Input = std::string;
+    static bool Parse(const Input& text, Document& document) {
+        return ZelJSONReader().Parse(text, document);
+    }
+    static std::size_t Write(const Document& document) {
+        return ZelCompactJSONWriter().Write(document).size();
+    }
+};
+
+struct OursFancy : Ours {
+    static std::size_t Write(const Document& document) {
+        return ZelFancyJSONWriter().Write(document).size();
+    }
+};
 
 struct RapidJSON {
     static constexpr const char* kName = "rapidjson";
@@ -30,6 +52,15 @@ struct RapidJSON {
     static std::size_t Write(const Document& document) {
         rapidjson::StringBuffer buffer;
         rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
+        document.Accept(writer);
+        return buffer.GetSize();
+    }
+};
+
+struct RapidJSONPretty : RapidJSON {
+    static std::size_t Write(const Document& document) {
+        rapidjson::StringBuffer buffer;
+        rapidjson::PrettyWriter<rapidjson::StringBuffer> writer(buffer);
         document.Accept(writer);
         return buffer.GetSize();
     }

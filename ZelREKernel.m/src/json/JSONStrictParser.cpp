@@ -204,7 +204,7 @@ inline const char* StrictParser::ReadReal(const char* start, const char* p, std:
     int exponent = 0;
     if (*p == '.') {
         const char* const fraction = ++p;
-        if (digits == 0) {
+        if (count == 1 && digits == 0) {  // with more of them it may have run over to 0
             count = 0;
             while (*p == '0') {
                 ++p;

@@ -40,6 +40,8 @@ void Gives(void* block) {
 }  // namespace
 
 // NOLINTBEGIN(readability-inconsistent-declaration-parameter-name): the C library's are reserved
+// Visible, or the libraries would keep to the C library's.
+#pragma GCC visibility push(default)
 extern "C" {
 
 void* malloc(std::size_t size) {
@@ -68,6 +70,7 @@ void free(void* block) {
 }
 
 }  // extern "C"
+#pragma GCC visibility pop
 // NOLINTEND(readability-inconsistent-declaration-parameter-name)
 
 namespace bench {
