@@ -1,5 +1,5 @@
-// Says of every file named on the command line whether it was read, one line each: the word "yes" or
-// "no", a tab, and the value as one line or the first error. scripts/check-json compares.
+// Says of every file named on the command line whether it was read, one line each: the word "yes"
+// or "no", a tab, and the value as one line or the first error. scripts/check-json compares.
 
 #include <fstream>
 #include <iostream>
