@@ -65,7 +65,8 @@ bool Agrees(const ZelJSONValue& ours, const nlohmann::json& theirs) {
     }
     if (theirs.is_string()) {
         // A string ends at its first zero.
-        return ours.IsString() && ours.AsString() == theirs.get<std::string>().c_str();
+        const std::string text = theirs.get<std::string>();
+        return ours.IsString() && ours.AsString() == text.substr(0, text.find('\0'));
     }
     if (theirs.is_boolean()) {
         return ours.IsBool() && ours.AsBool() == theirs.get<bool>();
