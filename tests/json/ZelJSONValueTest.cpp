@@ -117,13 +117,15 @@ TEST(ZelJSONValue, TellsItsType) {
         &V::IsNULL,   &V::IsInt,    &V::IsUInt, &V::IsLongLong, &V::IsULongLong, &V::IsFloat,
         &V::IsDouble, &V::IsString, &V::IsBool, &V::IsArray,    &V::IsObject};
     for (unsigned type = 0; type <= V::objectValue; ++type) {
-        EXPECT_EQ(values[type].GetValueType(), type);
+        const V& value = values[type];
+        EXPECT_EQ(value.GetValueType(), type);
         EXPECT_EQ(V(static_cast<V::ValueType>(type)).GetValueType(), type);
-        for (unsigned query = 0; query <= V::objectValue; ++query) {
-            EXPECT_EQ((values[type].*queries[query])(), query == type);
+        for (unsigned asked = 0; asked <= V::objectValue; ++asked) {
+            const auto query = queries[asked];
+            EXPECT_EQ((value.*query)(), asked == type);
         }
-        EXPECT_EQ(!values[type], type == V::nullValue);
-        EXPECT_EQ(values[type].IsEmpty(), type == V::nullValue || type >= V::arrayValue);
+        EXPECT_EQ(!value, type == V::nullValue);
+        EXPECT_EQ(value.IsEmpty(), type == V::nullValue || type >= V::arrayValue);
     }
     EXPECT_EQ(V(std::string("cut\0off", 7)).AsString(), "cut");
 }
