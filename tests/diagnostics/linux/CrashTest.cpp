@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstring>
 #include <filesystem>
@@ -175,10 +176,11 @@ TEST(Crash, IsReportedWhateverItIsAndWhereverItHappens) {
         const char* code;
         const char* function;
         bool sanitized;  // also where a sanitizer runs
+        bool deep = false;
     } kinds[] = {
         {"null-write", SIGSEGV, "c0000005", "CrashByNullWrite", true},
         {"bad-jump", SIGSEGV, "c0000005", "CrashByBadJump", true},
-        {"stack-overflow", SIGSEGV, "c0000005", "CrashByStackOverflow", false},
+        {"stack-overflow", SIGSEGV, "c0000005", "CrashByStackOverflow", false, true},
         {"abort", SIGABRT, "40000015", "CrashByAbort", true},
         {"division", SIGFPE, "c0000094", "CrashByDivision", false},
         {"heap-corruption", SIGABRT, "40000015", "CrashByHeapCorruption", false},
@@ -197,6 +199,9 @@ TEST(Crash, IsReportedWhateverItIsAndWhereverItHappens) {
             EXPECT_TRUE(Contains(outcome.said, "************ Exception catched! Code: " +
                                                    std::string(kind.code) + "\n# 0  0x"));
             EXPECT_TRUE(NamesFrame(outcome.said, kind.function)) << outcome.said;
+            // A function that calls itself is one line, and what called it first is still there.
+            EXPECT_EQ(Contains(outcome.said, " times)\n"), kind.deep);
+            EXPECT_LT(std::count(outcome.said.begin(), outcome.said.end(), '\n'), 40);
             CheckDump(outcome.dump, kind.signal);
             for (const std::string part :
                  {"==== FAULT ====\nSIG", "==== THREADS ====\n", " Zelo:LogFlusher\n",

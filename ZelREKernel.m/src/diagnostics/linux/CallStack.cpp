@@ -23,6 +23,8 @@ namespace {
 // Reading the debug information of a large program takes its time; a lock that the crashed thread
 // holds would take for ever.
 constexpr int kPatienceMs = 30000;
+// A broken stack may lead in a circle.
+constexpr std::size_t kMostTimes = std::size_t{1} << 20;
 
 // ---- walking
 
@@ -57,11 +59,16 @@ _Unwind_Reason_Code AddFrame(_Unwind_Context* context, void* argument) {
     auto& stack = *static_cast<CallStack*>(argument);
     int beforeInstruction = 0;
     const std::uintptr_t address = _Unwind_GetIPInfo(context, &beforeInstruction);
+    // A caller's frame tells the instruction after the call; the line is that of the call.
+    const std::uintptr_t at = address - (beforeInstruction ? 0 : 1);
+    if (stack.count != 0 && stack.frames[stack.count - 1].address == at) {
+        return ++stack.frames[stack.count - 1].times < kMostTimes ? _URC_NO_REASON
+                                                                  : _URC_END_OF_STACK;
+    }
     if (address == 0 || stack.count == CallStack::kMostFrames) {
         return _URC_END_OF_STACK;
     }
-    // A caller's frame tells the instruction after the call; the line is that of the call.
-    stack.frames[stack.count++] = address - (beforeInstruction ? 0 : 1);
+    stack.frames[stack.count++] = {at, 1};
     return _URC_NO_REASON;
 }
 
@@ -76,17 +83,19 @@ struct Naming {
 
 class Line {
 public:
-    Line(std::size_t number, std::uintptr_t address) {
+    // The next frame of `naming`.
+    explicit Line(const Naming& naming) : naming_(naming) {
+        const std::size_t number = naming.next;
         text_ += number < 10 ? "# " : "#";
         text_ += number;
         text_ += "  0x";
-        text_.AppendHexadecimal(address, 12);
+        text_.AppendHexadecimal(Frame().address, 12);
         text_ += "  ";
     }
-    void AddFunction(const char* function, bool demangle) {
+    void AddFunction(const char* function) {
         int status = -1;
         char* const plain =
-            demangle ? abi::__cxa_demangle(function, nullptr, nullptr, &status) : nullptr;
+            naming_.demangle ? abi::__cxa_demangle(function, nullptr, nullptr, &status) : nullptr;
         text_ += status == 0 ? plain : function;
         std::free(plain);
     }
@@ -95,30 +104,36 @@ public:
         text_ += text;
         text_ += number;
     }
-    void Write(int file) {
+    void Write() {
+        if (Frame().times > 1) {
+            Add(" (", Frame().times);
+            Add(" times)");
+        }
         text_ += "\n";
         // A closed standard error is nothing that a crash report could tell anybody.
-        static_cast<void>(::write(file, text_.CString(), text_.View().size()) + 1);
+        static_cast<void>(::write(naming_.file, text_.CString(), text_.View().size()) + 1);
     }
 
 private:
+    const CallStack::Frame& Frame() const { return naming_.stack->frames[naming_.next]; }
+
+    const Naming& naming_;
     RawText<4096> text_;
 };
 
 // Functions compiled into their callers come first, each with a line of its own.
-int WriteNamed(void* argument, std::uintptr_t address, const char* file, int line,
-               const char* function) {
-    auto& naming = *static_cast<Naming*>(argument);
+int WriteNamed(void* argument, std::uintptr_t, const char* file, int line, const char* function) {
+    const auto& naming = *static_cast<const Naming*>(argument);
     if (function == nullptr || file == nullptr) {
         return 1;  // no debug information
     }
-    Line text(naming.next, address);
-    text.AddFunction(function, naming.demangle);
+    Line text(naming);
+    text.AddFunction(function);
     text.Add(" (");
     text.Add(file);
     text.Add(":", static_cast<std::uint64_t>(line));
     text.Add(")");
-    text.Write(naming.file);
+    text.Write();
     return 0;
 }
 
@@ -135,27 +150,27 @@ void WriteWithoutDebugInformation(const Naming& naming, std::uintptr_t address) 
     const auto offset = [address](const void* start) {
         return address - reinterpret_cast<std::uintptr_t>(start);
     };
-    Line text(naming.next, address);
+    Line text(naming);
     Dl_info info = {};
     if (!FindModule(address, info)) {
         text.Add("?");
     } else {
         if (info.dli_sname != nullptr) {
-            text.AddFunction(info.dli_sname, naming.demangle);
+            text.AddFunction(info.dli_sname);
             text.Add("+", offset(info.dli_saddr));
             text.Add(" in ");
         }
         text.Add(info.dli_fname);
         text.Add("+", offset(info.dli_fbase));
     }
-    text.Write(naming.file);
+    text.Write();
 }
 
 int NameFrames(void* argument) {
     auto& naming = *static_cast<Naming*>(argument);
     backtrace_state* const state = backtrace_create_state(nullptr, 1, &IgnoreError, nullptr);
     for (; naming.next < naming.stack->count; ++naming.next) {
-        const std::uintptr_t address = naming.stack->frames[naming.next];
+        const std::uintptr_t address = naming.stack->frames[naming.next].address;
         if (state == nullptr ||
             backtrace_pcinfo(state, address, &WriteNamed, &IgnoreError, &naming) != 0) {
             WriteWithoutDebugInformation(naming, address);
@@ -186,19 +201,18 @@ void CallStack::Collect(const Fault& fault) {
     count = 0;
     FaultGuard::Run([this] { _Unwind_Backtrace(&AddFrame, this); });
     // The frames of the handler come first, and are not what anybody looks for.
-    const auto isFirst = [&](std::uintptr_t frame) {
-        return frame == static_cast<std::uintptr_t>(instruction);
+    const auto isFirst = [&](const Frame& frame) {
+        return frame.address == static_cast<std::uintptr_t>(instruction);
     };
-    const std::uintptr_t* const end = frames + count;
-    const std::uintptr_t* const first =
-        std::find_if(static_cast<const std::uintptr_t*>(frames), end, isFirst);
+    const Frame* const end = frames + count;
+    const Frame* const first = std::find_if(static_cast<const Frame*>(frames), end, isFirst);
     if (returns) {
         instruction = hit;
         top -= 8;
     }
-    std::uintptr_t* to = frames;
+    Frame* to = frames;
     if (returns || first == end) {
-        *to++ = static_cast<std::uintptr_t>(hit);
+        *to++ = {static_cast<std::uintptr_t>(hit), 1};
     }
     // At least one frame of the handler makes room for the one above.
     count = static_cast<std::size_t>(std::copy(first, end, to) - frames);

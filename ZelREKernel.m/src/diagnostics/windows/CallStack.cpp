@@ -9,7 +9,9 @@
 namespace ZKL {
 namespace {
 
-constexpr int kMostFrames = 256;
+constexpr int kMostLines = 256;
+// A broken stack may lead in a circle.
+constexpr unsigned long kMostTimes = 1 << 20;
 
 // The frame that called the one that `context` stands in; false at the end of the stack.
 // Source: "x64 exception handling" of the compiler documentation: a function without an entry in
@@ -39,9 +41,10 @@ bool StepOut(CONTEXT& context) {
 std::string DescribeModule(DWORD64 address) {
     HMODULE module = nullptr;
     char name[MAX_PATH] = "?";
-    if (!GetModuleHandleExA(
-            GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-            reinterpret_cast<const char*>(address), &module)) {
+    // No address is the program's own for the call below.
+    if (address == 0 || !GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
+                                                GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                                            reinterpret_cast<const char*>(address), &module)) {
         return name;
     }
     GetModuleFileNameA(module, name, sizeof(name));
@@ -81,14 +84,20 @@ std::string DescribeCallStack(const Fault& fault) {
     }
     std::string text;
     CONTEXT context = *fault.pointers->ContextRecord;
-    for (int number = 0; number < kMostFrames; ++number) {
+    bool more = true;
+    for (int number = 0; more && number < kMostLines; ++number) {
+        const DWORD64 address = context.Rip;
+        // A function that calls itself over and over is one line.
+        unsigned long times = 0;
+        do {
+            ++times;
+            more = StepOut(context);
+        } while (more && context.Rip == address && times < kMostTimes);
         char head[64];
-        std::snprintf(head, sizeof(head), "#%2d  0x%012llx  ", number, context.Rip);
+        std::snprintf(head, sizeof(head), "#%2d  0x%012llx  ", number, address);
         // A caller's address is that of the instruction after the call.
-        text += head + DescribeSymbol(context.Rip - (number == 0 ? 0 : 1)) + "\n";
-        if (!StepOut(context)) {
-            break;
-        }
+        text += head + DescribeSymbol(address - (number == 0 ? 0 : 1));
+        text += times > 1 ? " (" + std::to_string(times) + " times)\n" : "\n";
     }
     return text;
 }

@@ -33,10 +33,10 @@ void AttachDebugger() {
         return;
     }
     CloseHandle(process.hThread);
-    CloseHandle(process.hProcess);
-    while (!IsDebuggerPresent()) {
-        Sleep(kPollMs);
+    // A debugger that has ended will not attach any more.
+    while (!IsDebuggerPresent() && WaitForSingleObject(process.hProcess, kPollMs) == WAIT_TIMEOUT) {
     }
+    CloseHandle(process.hProcess);
 }
 
 }  // namespace ZKL
