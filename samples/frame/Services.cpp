@@ -37,8 +37,11 @@ bool LogService::Terminate() {
     ZKL::vLoggerManager& manager = ZKL::vLoggerManager::GetInstance();
     manager.GetLogger(ZKL::vLoggerManager::eProfiling).EndLog();
     manager.GetLogger(ZKL::vLoggerManager::ePipelining).EndLog();
-    // Lets go of the file or the listener: a viewer learns that the stream has ended.
-    manager.GetLogger(ZKL::vLoggerManager::eDefault).SetOutput("stdout");
+    // Lets go of the files or the listener: a viewer learns that the stream has ended.
+    for (const auto channel : {ZKL::vLoggerManager::eDefault, ZKL::vLoggerManager::eProfiling,
+                               ZKL::vLoggerManager::ePipelining}) {
+        manager.GetLogger(channel).SetOutput("stdout");
+    }
     return true;
 }
 

@@ -113,9 +113,10 @@ TEST(App, LeavesPicturesTraceLogAndSummary) {
         options.out = directory.File(std::to_string(workers));
         testing::internal::CaptureStdout();
         testing::internal::CaptureStderr();
-        ASSERT_EQ(frame::RunApp(options), 0);
-        EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+        const int status = frame::RunApp(options);
         const std::string summary = testing::internal::GetCapturedStdout();
+        ASSERT_EQ(testing::internal::GetCapturedStderr(), "");
+        ASSERT_EQ(status, 0);
         EXPECT_EQ(test::ReadText(options.out + "/summary.txt"), summary);
 
         const nlohmann::json record =

@@ -28,10 +28,7 @@ public:
         }
         throw std::runtime_error("no temporary directory to be had");
     }
-    ~TempDir() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
-    }
+    ~TempDir() { RemoveAll(path_); }
     TempDir(const TempDir&) = delete;
     TempDir& operator=(const TempDir&) = delete;
 
@@ -40,6 +37,19 @@ public:
     std::string File(const std::string& name) const { return (path_ / name).string(); }
 
 private:
+    // std::filesystem::remove_all() never ends on Windows while a file inside is open.
+    static void RemoveAll(const std::filesystem::path& directory) {
+        std::error_code ignored;
+        for (const auto& entry : std::filesystem::directory_iterator(directory, ignored)) {
+            if (entry.is_directory(ignored) && !entry.is_symlink(ignored)) {
+                RemoveAll(entry.path());
+            } else {
+                std::filesystem::remove(entry.path(), ignored);
+            }
+        }
+        std::filesystem::remove(directory, ignored);
+    }
+
     std::filesystem::path path_;
 };
 
