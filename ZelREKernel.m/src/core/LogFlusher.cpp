@@ -5,6 +5,7 @@
 #include <system_error>
 
 #include "MekHost/MekStatus.h"
+#include "base/LibraryEnd.h"
 
 namespace ZKL {
 namespace {
@@ -34,6 +35,10 @@ void LogFlusher::Start() {
 }
 
 void LogFlusher::Stop() {
+    if (AreThreadsGone()) {
+        WriteAtProcessEnd();
+        return;
+    }
     LogFlusher* flusher = nullptr;
     {
         const std::lock_guard guard(s_lock);
@@ -51,9 +56,18 @@ void LogFlusher::Stop() {
         const std::lock_guard guard(s_lock);
         s_flusher.store(nullptr, std::memory_order_relaxed);
     }
-    // Empty, unless the process is ending and the system has ended the thread already.
-    flusher->queue_.WriteAll();
     delete flusher;
+}
+
+// The system has ended the thread wherever it was. If any thread held the lock then, the queues are
+// in no known state and nobody will let go of it.
+void LogFlusher::WriteAtProcessEnd() {
+    const std::unique_lock lock(s_lock, std::try_to_lock);
+    LogFlusher* const flusher = s_flusher.exchange(nullptr, std::memory_order_relaxed);
+    if (lock && flusher) {
+        flusher->batch_.WriteAll();
+        flusher->queue_.WriteAll();
+    }
 }
 
 bool LogFlusher::Queue(std::string_view text, vLoggerOutput& output) {
@@ -89,7 +103,6 @@ bool LogFlusher::Queue(std::string_view text, vLoggerOutput& output) {
 }
 
 std::int32_t LogFlusher::Run() {
-    LogQueue batch;
     std::unique_lock lock(s_lock);
     id_ = std::this_thread::get_id();
     for (;;) {
@@ -104,9 +117,9 @@ std::int32_t LogFlusher::Run() {
             lock.lock();
         }
         waiting_ = false;
-        queue_.Swap(batch);
+        queue_.Swap(batch_);
         lock.unlock();
-        batch.WriteAll();
+        batch_.WriteAll();
         lock.lock();
     }
 }

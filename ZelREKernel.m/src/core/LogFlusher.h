@@ -38,6 +38,7 @@ private:
     LogFlusher();
 
     std::int32_t Run() override;
+    static void WriteAtProcessEnd();
 
     // Outside the object: a thread that is about to queue may find that the flusher is just gone.
     static vSlimLock s_lock;
@@ -48,6 +49,7 @@ private:
     std::thread::id id_;    // of the thread
     std::unique_ptr<MekEvent> wake_;
     LogQueue queue_;
+    LogQueue batch_;  // what the thread is writing
 };
 
 }  // namespace ZKL

@@ -68,24 +68,24 @@ LogQueue::Block& LogQueue::BlockWithRoom(std::size_t bytes) {
 
 template <typename Visitor>
 void LogQueue::Consume(Visitor visit) {
-    vLoggerOutput* output = nullptr;
-    for (const Block& block : blocks_) {
-        for (std::size_t at = 0; at < block.used;) {
+    for (; takenBlocks_ < blocks_.size(); ++takenBlocks_, takenBytes_ = 0) {
+        const Block& block = blocks_[takenBlocks_];
+        while (takenBytes_ < block.used) {
+            const char* const place = block.memory.get() + takenBytes_;
             Entry entry;
-            std::memcpy(&entry, block.memory.get() + at, sizeof(entry));
-            at += sizeof(entry);
-            if (entry.output) {
-                if (output) {
-                    output->Release();
+            std::memcpy(&entry, place, sizeof(entry));
+            if (entry.output && entry.output != output_) {
+                if (output_) {
+                    output_->Release();
                 }
-                output = entry.output;
+                output_ = entry.output;
             }
-            visit(*output, std::string_view(block.memory.get() + at, entry.length));
-            at += entry.length;
+            visit(*output_, std::string_view(place + sizeof(entry), entry.length));
+            takenBytes_ += sizeof(entry) + entry.length;
         }
     }
-    if (output) {
-        output->Release();
+    if (output_) {
+        output_->Release();
     }
     Clear();
 }
@@ -97,8 +97,11 @@ void LogQueue::Clear() {
         block.used = 0;
     }
     filling_ = 0;
+    takenBlocks_ = 0;
+    takenBytes_ = 0;
     bytes_ = 0;
     lastOutput_ = nullptr;
+    output_ = nullptr;
     if (line_.capacity() > kBlockBytes) {
         line_ = std::string();
     }

@@ -27,8 +27,11 @@ public:
 
     // Throws std::bad_alloc and leaves the queue as it was.
     void Append(std::string_view text, vLoggerOutput& output);
-    // Writes each entry to its output and empties the queue.
+    // Writes each entry to its output and empties the queue. Where the system ended the thread that
+    // did this, another call goes on with the text that was in hand, which may so stand there
+    // twice.
     void WriteAll();
+    // Not while either is being written.
     void Swap(LogQueue& other) noexcept;
 
     bool IsEmpty() const { return bytes_ == 0; }
@@ -54,9 +57,12 @@ private:
     void Clear();
 
     std::vector<Block> blocks_;
-    std::size_t filling_ = 0;  // the block that takes the next entry
+    std::size_t filling_ = 0;      // the block that takes the next entry
+    std::size_t takenBlocks_ = 0;  // by Consume, and bytes of the next
+    std::size_t takenBytes_ = 0;
     std::size_t bytes_ = 0;
     vLoggerOutput* lastOutput_ = nullptr;  // of the entry appended last
+    vLoggerOutput* output_ = nullptr;      // of the entry taken last
     std::string line_;                     // what is being written
 };
 
