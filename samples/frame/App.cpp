@@ -10,28 +10,43 @@
 #include "Host.h"
 #include "MemoryMeter.h"
 #include "Model.h"
+#include "PageMeter.h"
 #include "Renderer.h"
 #include "Services.h"
 #include "ZelREKernel/core/vKernelModule.h"
 #include "ZelREKernel/core/vLifeCycleManager.h"
 #include "ZelREKernel/core/vLog.h"
 #include "ZelREKernel/core/vLoggerLifeCycle.h"
+#include "ZelREKernel/memory/vAllocatorSwitch.h"
+#include "ZelREKernel/memory/vLinearAllocator.h"
+#include "ZelREKernel/memory/vMemoryResource.h"
 #include "ZelREKernel/memory/vPageAllocator.h"
 
 namespace frame {
 namespace {
+
+// Nothing else takes pages while a model is loaded.
+constexpr std::uint64_t kLoadingOwner = 1;
 
 int Fail(const std::string& line) {
     std::fprintf(stderr, "frame: %s\n", line.c_str());
     return 1;
 }
 
-ZKL::vRefPtr<Mesh> LoadMesh(const std::string& path, std::string& error) {
-    Model model;
+// The model, and all that only loading needs, lies in an arena and goes with it; `arenaBytes` says
+// how large that was.
+ZKL::vRefPtr<Mesh> LoadMesh(const std::string& path, std::uint64_t& arenaBytes,
+                            std::string& error) {
+    PageMeter pages;
+    ZKL::vLinearAllocator arena;
+    arena.SetBackendAllocator(pages, kLoadingOwner, 0);
+    ZKL::vMemoryResource memory(&arena);
+    Model model(&memory);
     ZKL::vRefPtr<Mesh> mesh;
     if (LoadModel(path, model, error)) {
         mesh = Mesh::Build(model, error);
     }
+    arenaBytes = pages.Bytes();
     if (!mesh) {
         error = path + ": " + error;
     }
@@ -49,8 +64,8 @@ struct Summaries {
 };
 
 // Renders with all services up; fills `summary`.
-bool Render(const Options& options, const ZKL::vRefPtr<Mesh>& mesh, WorkerService& workers,
-            Summaries& summary, std::string& error) {
+bool Render(const Options& options, const ZKL::vRefPtr<Mesh>& mesh, std::uint64_t loadingBytes,
+            WorkerService& workers, Summaries& summary, std::string& error) {
     RunRecord record;
     record.model = options.model;
     record.triangles = mesh->ModelTriangleCount();
@@ -62,7 +77,8 @@ bool Render(const Options& options, const ZKL::vRefPtr<Mesh>& mesh, WorkerServic
     }
     record.memory = MemoryMeter::Instance().Read();
     record.residentBytes = PeakResidentBytes();
-    record.pageBytes = renderer.PageBytes();
+    renderer.Read(record.allocators);
+    record.allocators.loadingBytes = loadingBytes;
     std::uint32_t jobs[kStageCount];
     for (std::uint32_t i = 0; i < kStageCount; ++i) {
         jobs[i] = renderer.JobCount(static_cast<Stage>(i));
@@ -72,12 +88,12 @@ bool Render(const Options& options, const ZKL::vRefPtr<Mesh>& mesh, WorkerServic
 }
 
 // Brings the services up, renders, and takes them down again.
-int RunServices(const Options& options, const ZKL::vRefPtr<Mesh>& mesh) {
+int RunServices(const Options& options, const ZKL::vRefPtr<Mesh>& mesh,
+                std::uint64_t loadingBytes) {
     ZKL::vLifeCycleManager services;
     auto* const workers = new WorkerService(options.workers);
     services.RegisterModule(new ZKL::vLoggerLifeCycle, "log flusher");
     services.RegisterModule(new LogService(options), "log channels");
-    services.RegisterModule(new MemoryService, "memory");
     services.RegisterModule(new ProfilerService(options), "profiler");
     services.RegisterModule(new TaskService, "task manager");
     services.RegisterModule(workers, "workers");
@@ -89,7 +105,7 @@ int RunServices(const Options& options, const ZKL::vRefPtr<Mesh>& mesh) {
         ZKL::LogDefault(ZKL::vLogger::eRelease,
                         "Rendering %" PRIu32 " frames of %s with %" PRIu32 " workers",
                         options.frames, options.model.c_str(), workers->WorkerCount());
-        done = Render(options, mesh, *workers, summary, error);
+        done = Render(options, mesh, loadingBytes, *workers, summary, error);
     } else {
         error = "a service does not start; the log names it";
     }
@@ -117,16 +133,21 @@ int RunApp(const Options& options) {
     if (ZKL::vKernelModule::Initialize({}) < 0) {
         return Fail("the kernel does not start");
     }
+    // Before the first arena is built.
+    ZKL::InitAllocator();
     std::string error;
-    const ZKL::vRefPtr<Mesh> mesh = LoadMesh(options.model, error);
+    std::uint64_t loadingBytes = 0;
+    const ZKL::vRefPtr<Mesh> mesh = LoadMesh(options.model, loadingBytes, error);
     int result = 0;
     if (!mesh) {
         result = Fail(error);
     } else {
         std::error_code code;
         std::filesystem::create_directories(options.out, code);
-        result = code ? Fail(options.out + ": " + code.message()) : RunServices(options, mesh);
+        result = code ? Fail(options.out + ": " + code.message())
+                      : RunServices(options, mesh, loadingBytes);
     }
+    ZKL::DestroyAllocator();
     ZKL::vKernelModule::Clean();
     ZKL::vKernelModule::Terminate();
     return result;

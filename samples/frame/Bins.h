@@ -1,9 +1,10 @@
 #pragma once
 
-// Which triangles touch which tile of the screen. Each chunk of the mesh fills bins of its own, so
-// that no two jobs share one; a tile that reads the chunks in order meets its triangles in the
+// Which triangles touch which tile of the screen. Each draw item fills bins of its own, so
+// that no two jobs share one; a tile that reads the items in order meets its triangles in the
 // order of the mesh, whoever filled them first.
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 
@@ -25,13 +26,14 @@ struct TileGrid {
     std::uint32_t Columns() const { return (width + kSide - 1) / kSide; }
     std::uint32_t Rows() const { return (height + kSide - 1) / kSide; }
     std::uint32_t Count() const { return Columns() * Rows(); }
+    std::size_t Pixels() const { return std::size_t{width} * height; }
     Rect Tile(std::uint32_t index) const;
 };
 
 class Bins {
 public:
     // Clips `triangles` and sorts what is left into the tiles of `grid`. What an earlier frame
-    // needed is kept as room for this one.
+    // needed is kept as room for this one: an arena would have to be shared by the jobs.
     void Fill(std::span<const Mesh::Triangle> triangles, const TransformedVertex* vertices,
               const TileGrid& grid);
 

@@ -1,11 +1,11 @@
 #include "FrameContext.h"
 
 #include <algorithm>
+#include <memory>
 #include <utility>
 
 #include "Stages.h"
 #include "ZelREKernel/core/vLog.h"
-#include "ZelREKernel/memory/vPageAllocator.h"
 
 namespace frame {
 namespace {
@@ -23,44 +23,39 @@ std::span<const T> Piece(std::span<const T> all, std::uint32_t size, std::uint32
 
 }  // namespace
 
-FrameContext::FrameContext(std::uint64_t owner, TileGrid grid, ZKL::vRefPtr<Mesh> mesh,
+FrameContext::FrameContext(BufferPool& pool, const DrawList& list, TileGrid grid,
                            ZKL::vWeakPtr<Camera> camera)
-    : owner_(owner),
+    : pool_(pool),
+      list_(list),
       grid_(grid),
-      mesh_(std::move(mesh)),
       camera_(std::move(camera)),
-      vertices_(mesh_->Vertices().size()),
-      bins_(Pieces(mesh_->Triangles().size(), kChunkTriangles)),
-      pixels_(std::size_t{grid.width} * grid.height * 3) {
-    shadows_.SetMemory(TakePages(ShadowMap::kBytes));
-    colours_ = TakePages(pixels_.size() * sizeof(float));
-}
+      bins_(list.Items().size()),
+      shadowMap_(pool.Create(ShadowMap::kBytes)),
+      colourTarget_(pool.Create(grid.Pixels() * 3 * sizeof(float))) {}
 
-FrameContext::~FrameContext() {
-    ZKL::DefaultPageAllocator()->FreePages(owner_);
-}
-
-float* FrameContext::TakePages(std::size_t bytes) {
-    ZKL::vPageAllocator* const source = ZKL::DefaultPageAllocator();
-    const std::uint32_t count = Pieces(bytes, source->GetPageSize());
-    void* const pages = source->AllocatePages(owner_, count, 0);
-    if (pages == nullptr) {
-        source->FreePages(owner_);
-        throw std::bad_alloc();
-    }
-    pageBytes_ += std::uint64_t{count} * source->GetPageSize();
-    return static_cast<float*>(pages);
+template <typename T>
+T* FrameContext::TakeForFrame(std::size_t count) {
+    T* const items = KernelAllocator<T>(&arena_).allocate(count);
+    std::uninitialized_default_construct_n(items, count);
+    frameBytes_ += count * sizeof(T);
+    return items;
 }
 
 void FrameContext::Begin(std::uint32_t number) {
     number_ = number;
     clock_.Reset();
+    shadows_.SetMemory(static_cast<float*>(pool_.Data(shadowMap_)));
+    colours_ = static_cast<float*>(pool_.Data(colourTarget_));
+    arena_.Reset();
+    frameBytes_ = 0;
+    vertices_ = TakeForFrame<TransformedVertex>(list_.Vertices().size());
+    pixels_ = TakeForFrame<std::uint8_t>(Pixels().size());
 }
 
 std::uint32_t FrameContext::JobCount(Stage stage) const {
     switch (stage) {
         case Stage::Transform:
-            return Pieces(vertices_.size(), kChunkVertices);
+            return Pieces(list_.Vertices().size(), kChunkVertices);
         case Stage::Shadow:
             return ShadowMap::kBands;
         case Stage::Bin:
@@ -83,9 +78,9 @@ void FrameContext::Run(Stage stage, std::uint32_t job) {
         case Stage::Transform:
             return Transform(job);
         case Stage::Shadow:
-            return shadows_.FillBand(
-                static_cast<std::int32_t>(job),
-                std::span(mesh_->Triangles()).first(mesh_->ModelTriangleCount()), vertices_.data());
+            return shadows_.FillBand(static_cast<std::int32_t>(job),
+                                     list_.Triangles().first(list_.Source().ModelTriangleCount()),
+                                     vertices_);
         case Stage::Bin:
             return Bin(job);
         case Stage::Tiles:
@@ -107,32 +102,31 @@ void FrameContext::Animate() {
 }
 
 void FrameContext::Transform(std::uint32_t chunk) {
-    const std::span<const Mesh::Vertex> all = mesh_->Vertices();
-    TransformVertices(Piece(all, kChunkVertices, chunk), view_,
-                      vertices_.data() + std::size_t{chunk} * kChunkVertices);
+    TransformVertices(Piece(list_.Vertices(), kChunkVertices, chunk), view_,
+                      vertices_ + std::size_t{chunk} * kChunkVertices);
 }
 
-void FrameContext::Bin(std::uint32_t chunk) {
-    const std::span<const Mesh::Triangle> all = mesh_->Triangles();
-    bins_[chunk].Fill(Piece(all, kChunkTriangles, chunk), vertices_.data(), grid_);
+void FrameContext::Bin(std::uint32_t item) {
+    const auto& [firstId, first, count] = list_.Items()[item];
+    bins_[firstId / DrawItem::kIds].Fill(list_.Triangles().subspan(first, count), vertices_, grid_);
 }
 
 void FrameContext::RenderOneTile(std::uint32_t tile) {
-    const Scene scene{&view_, &shadows_, mesh_.Get(), grid_.width, grid_.height};
+    const Scene scene{&view_, &shadows_, &list_, grid_.width, grid_.height};
     RenderTile(tile, grid_, bins_, scene, colours_);
 }
 
 void FrameContext::Resolve(std::uint32_t band) {
     const std::size_t rowBytes = std::size_t{grid_.width} * 3;
     const std::size_t begin = std::size_t{band} * kBandRows * rowBytes;
-    const std::size_t count = std::min<std::size_t>(kBandRows * rowBytes, pixels_.size() - begin);
-    EncodePixels(colours_ + begin, count, pixels_.data() + begin);
+    const std::size_t count = std::min<std::size_t>(kBandRows * rowBytes, Pixels().size() - begin);
+    EncodePixels(colours_ + begin, count, pixels_ + begin);
 }
 
 std::uint32_t FrameContext::TrianglesOnScreen() const {
     std::size_t count = 0;
-    for (const Bins& chunk : bins_) {
-        count += chunk.Triangles().size();
+    for (const Bins& item : bins_) {
+        count += item.Triangles().size();
     }
     return static_cast<std::uint32_t>(count);
 }

@@ -21,6 +21,7 @@ constexpr glm::vec4 kPlanes[] = {
     {0, -1, 0, kGuardBand},  // top
 };
 constexpr int kMostCorners = 3 + static_cast<int>(std::size(kPlanes));
+static_assert(kMostPieces == kMostCorners - 2);
 
 struct ClipVertex {
     glm::vec4 clip;

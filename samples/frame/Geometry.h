@@ -50,8 +50,11 @@ struct ScreenTriangle {
     float depthDy;
 };
 
+// The most triangles that clipping makes of one.
+constexpr std::uint32_t kMostPieces = 6;
+
 // Clips triangle `indices` against the near plane and a band around the screen, and appends what
-// is left to `out`: 0 to 6 triangles. Those that cover nothing are left out.
+// is left to `out`: 0 to kMostPieces triangles. Those that cover nothing are left out.
 void ClipTriangle(const Mesh::Triangle& triangle, const TransformedVertex* vertices,
                   std::uint32_t width, std::uint32_t height, Vector<ScreenTriangle>& out);
 

@@ -194,7 +194,8 @@ const char* GltfFile::BytesOf(const ZelJSONValue& accessor, const std::string& n
     return buffers_[buffer].data() + begin + offset;
 }
 
-std::vector<glm::vec3> GltfFile::Vectors(std::uint64_t index) const {
+std::pmr::vector<glm::vec3> GltfFile::Vectors(std::uint64_t index,
+                                              std::pmr::memory_resource* memory) const {
     const std::string name = "accessor " + std::to_string(index);
     const ZelJSONValue& accessor = Entry("accessors", index, "a primitive");
     if (accessor["type"].AsString() != "VEC3" || NumberOf(accessor, "componentType", 0) != kFloat) {
@@ -202,7 +203,8 @@ std::vector<glm::vec3> GltfFile::Vectors(std::uint64_t index) const {
     }
     std::uint64_t stride = 0;
     const char* at = BytesOf(accessor, name, 3 * sizeof(float), stride);
-    std::vector<glm::vec3> vectors(static_cast<std::size_t>(NumberOf(accessor, "count", 0)));
+    std::pmr::vector<glm::vec3> vectors(static_cast<std::size_t>(NumberOf(accessor, "count", 0)),
+                                        memory);
     for (glm::vec3& vector : vectors) {
         float numbers[3];
         std::memcpy(numbers, at, sizeof numbers);
@@ -212,7 +214,8 @@ std::vector<glm::vec3> GltfFile::Vectors(std::uint64_t index) const {
     return vectors;
 }
 
-std::vector<std::uint32_t> GltfFile::Indices(std::uint64_t index) const {
+std::pmr::vector<std::uint32_t> GltfFile::Indices(std::uint64_t index,
+                                                  std::pmr::memory_resource* memory) const {
     const std::string name = "accessor " + std::to_string(index);
     const ZelJSONValue& accessor = Entry("accessors", index, "a primitive");
     const std::uint64_t type = NumberOf(accessor, "componentType", 0);
@@ -225,7 +228,8 @@ std::vector<std::uint32_t> GltfFile::Indices(std::uint64_t index) const {
     }
     std::uint64_t stride = 0;
     const char* at = BytesOf(accessor, name, size, stride);
-    std::vector<std::uint32_t> indices(static_cast<std::size_t>(NumberOf(accessor, "count", 0)));
+    std::pmr::vector<std::uint32_t> indices(
+        static_cast<std::size_t>(NumberOf(accessor, "count", 0)), memory);
     for (std::uint32_t& each : indices) {
         std::memcpy(&each, at, static_cast<std::size_t>(size));  // lowest byte first
         at += stride;

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <glm/vec3.hpp>
+#include <memory_resource>
 #include <string>
 #include <vector>
 
@@ -21,9 +22,12 @@ public:
     // Entry `index` of the list `list` ("nodes"); `user` names who asks.
     const ZelJSONValue& Entry(const char* list, std::uint64_t index, const std::string& user) const;
 
-    // The contents of accessor `index`: vectors of three floats, or indices of any width.
-    std::vector<glm::vec3> Vectors(std::uint64_t index) const;
-    std::vector<std::uint32_t> Indices(std::uint64_t index) const;
+    // The contents of accessor `index`, in `memory`: vectors of three floats, or indices of any
+    // width.
+    std::pmr::vector<glm::vec3> Vectors(std::uint64_t index,
+                                        std::pmr::memory_resource* memory) const;
+    std::pmr::vector<std::uint32_t> Indices(std::uint64_t index,
+                                            std::pmr::memory_resource* memory) const;
 
 private:
     std::string SplitBinary(const std::string& bytes);

@@ -85,8 +85,8 @@ ZKL::vRefPtr<Mesh> Mesh::Build(const Model& model, std::string& error) {
 
 void Mesh::AddModel(const Model& model) {
     const Fitting fit(model);
-    const std::vector<glm::vec3> normals = CornerNormals(model);
-    std::unordered_map<VertexKey, std::uint32_t, VertexKeyHash> known;
+    const std::pmr::vector<glm::vec3> normals = CornerNormals(model);
+    std::pmr::unordered_map<VertexKey, std::uint32_t, VertexKeyHash> known(model.Memory());
     for (std::size_t i = 0; i < model.triangles.size(); ++i) {
         const Model::Triangle& source = model.triangles[i];
         glm::vec3 corners[3];

@@ -141,7 +141,7 @@ private:
                 hasNormals ? static_cast<std::uint32_t>(firstNormal + index) : Model::kNone};
         };
         const std::uint32_t material = ReadMaterialIndex(primitive);
-        const std::vector<std::uint32_t> indices = ReadIndices(primitive, count);
+        const std::pmr::vector<std::uint32_t> indices = ReadIndices(primitive, count);
         if (mode == Triangles && indices.size() % 3 != 0) {
             Refuse("a primitive has no whole number of triangles");
         }
@@ -157,7 +157,7 @@ private:
     }
 
     std::size_t ReadPositions(std::uint64_t accessor, const glm::mat4& matrix) {
-        const std::vector<glm::vec3> positions = file_.Vectors(accessor);
+        const auto positions = file_.Vectors(accessor, model_.Memory());
         for (const glm::vec3& position : positions) {
             const glm::vec3 placed(matrix * glm::vec4(position, 1.0f));
             for (int axis = 0; axis < 3; ++axis) {
@@ -175,7 +175,7 @@ private:
         const glm::vec3 x(matrix[0]), y(matrix[1]), z(matrix[2]);
         const glm::mat3 turn(glm::cross(y, z), glm::cross(z, x), glm::cross(x, y));
         const float side = glm::dot(x, turn[0]) < 0.0f ? -1.0f : 1.0f;
-        const std::vector<glm::vec3> normals = file_.Vectors(accessor);
+        const auto normals = file_.Vectors(accessor, model_.Memory());
         for (const glm::vec3& normal : normals) {
             const float square = glm::dot(normal, normal);
             if (!(square > 0.25f && square < 4.0f)) {
@@ -188,15 +188,15 @@ private:
         return normals.size();
     }
 
-    std::vector<std::uint32_t> ReadIndices(const ZelJSONValue& primitive, std::size_t count) {
-        std::vector<std::uint32_t> indices;
+    std::pmr::vector<std::uint32_t> ReadIndices(const ZelJSONValue& primitive, std::size_t count) {
+        std::pmr::vector<std::uint32_t> indices(model_.Memory());
         if (primitive["indices"].IsNULL()) {
             for (std::uint32_t i = 0; i < count; ++i) {
                 indices.push_back(i);
             }
             return indices;
         }
-        indices = file_.Indices(NumberOf(primitive, "indices", 0));
+        indices = file_.Indices(NumberOf(primitive, "indices", 0), model_.Memory());
         for (const std::uint32_t index : indices) {
             if (index >= count) {
                 Refuse("a triangle names a vertex that is not there");

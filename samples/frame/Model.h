@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <glm/vec3.hpp>
+#include <memory_resource>
 #include <string>
 #include <vector>
 
@@ -30,10 +31,16 @@ struct Model {
         std::uint32_t material;
     };
 
-    std::vector<glm::vec3> positions;
-    std::vector<glm::vec3> normals;
-    std::vector<Triangle> triangles;       // at least one
-    std::vector<ModelMaterial> materials;  // at least one
+    explicit Model(std::pmr::memory_resource* memory = std::pmr::get_default_resource())
+        : positions(memory), normals(memory), triangles(memory), materials(memory) {}
+
+    // What is only needed while loading may lie there too.
+    std::pmr::memory_resource* Memory() const { return positions.get_allocator().resource(); }
+
+    std::pmr::vector<glm::vec3> positions;
+    std::pmr::vector<glm::vec3> normals;
+    std::pmr::vector<Triangle> triangles;       // at least one
+    std::pmr::vector<ModelMaterial> materials;  // at least one
 };
 
 // Reads the file at `path`. On failure returns false with one line, without a line feed and without

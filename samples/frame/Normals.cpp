@@ -27,10 +27,11 @@ glm::vec3 FaceNormal(const Model& model, const Model::Triangle& triangle) {
 // Lists the faces around each position: those of position p are list[start[p]] to
 // list[start[p + 1] - 1].
 struct FacesAround {
-    std::vector<std::uint32_t> start;
-    std::vector<std::uint32_t> list;
+    std::pmr::vector<std::uint32_t> start;
+    std::pmr::vector<std::uint32_t> list;
 
-    explicit FacesAround(const Model& model) : start(model.positions.size() + 2) {
+    explicit FacesAround(const Model& model)
+        : start(model.positions.size() + 2, model.Memory()), list(model.Memory()) {
         for (const Model::Triangle& triangle : model.triangles) {
             for (const Model::Corner& corner : triangle.corners) {
                 ++start[corner.position + 2];
@@ -48,7 +49,7 @@ struct FacesAround {
     }
 };
 
-glm::vec3 Smooth(const std::vector<glm::vec3>& faces, const FacesAround& around,
+glm::vec3 Smooth(const std::pmr::vector<glm::vec3>& faces, const FacesAround& around,
                  std::uint32_t position, const glm::vec3& own) {
     const float ownLength = Length(own);
     glm::vec3 sum(0.0f);
@@ -66,13 +67,13 @@ glm::vec3 Smooth(const std::vector<glm::vec3>& faces, const FacesAround& around,
 
 }  // namespace
 
-std::vector<glm::vec3> CornerNormals(const Model& model) {
-    std::vector<glm::vec3> faces(model.triangles.size());
+std::pmr::vector<glm::vec3> CornerNormals(const Model& model) {
+    std::pmr::vector<glm::vec3> faces(model.triangles.size(), model.Memory());
     for (std::size_t i = 0; i < faces.size(); ++i) {
         faces[i] = FaceNormal(model, model.triangles[i]);
     }
     const FacesAround around(model);
-    std::vector<glm::vec3> normals(faces.size() * 3);
+    std::pmr::vector<glm::vec3> normals(faces.size() * 3, model.Memory());
     for (std::size_t i = 0; i < normals.size(); ++i) {
         const Model::Corner& corner = model.triangles[i / 3].corners[i % 3];
         glm::vec3 given(0.0f);

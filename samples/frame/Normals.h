@@ -12,7 +12,7 @@
 namespace frame {
 
 // Three unit normals per triangle of `model`, in its order. O(n): only the first 64 faces around a
-// position count.
-std::vector<glm::vec3> CornerNormals(const Model& model);
+// position count. The result lies in the model's memory.
+std::pmr::vector<glm::vec3> CornerNormals(const Model& model);
 
 }  // namespace frame

@@ -28,18 +28,19 @@ std::string PicturePath(const std::string& folder, std::uint32_t number) {
 Renderer::Renderer(const Options& options, ZKL::vRefPtr<Mesh> mesh, WorkerService& workers)
     : options_(options),
       workers_(workers.WorkerCount()),
-      mesh_(std::move(mesh)),
-      camera_(new Camera(options.width, options.height, mesh_->Height())),
+      list_(std::move(mesh), buffers_),
+      camera_(new Camera(options.width, options.height, list_.Source().Height())),
       writer_(options.width, options.height),
       hashes_(options.frames) {
     const TileGrid grid{options.width, options.height};
-    std::uint64_t owner = 1;
     for (Flight& flight : flights_) {
-        flight.context = std::make_unique<FrameContext>(owner++, grid, mesh_, camera_);
+        flight.context = std::make_unique<FrameContext>(buffers_, list_, grid, camera_);
         flight.graph =
             std::make_unique<FrameGraph>(*flight.context, workers.Pool(), workers.Presenter(),
                                          [this](FrameContext& context) { Present(context); });
     }
+    fragmentationAtLoading_ = buffers_.Read().fragmentation;
+    buffers_.Defragment();
 }
 
 bool Renderer::Run(RunRecord& record, std::string& error) {
@@ -69,12 +70,14 @@ bool Renderer::Run(RunRecord& record, std::string& error) {
     return writer_.Finish(error);
 }
 
-std::uint64_t Renderer::PageBytes() const {
-    std::uint64_t bytes = 0;
-    for (const Flight& flight : flights_) {
-        bytes += flight.context->PageBytes();
-    }
-    return bytes;
+void Renderer::Read(AllocatorFigures& figures) const {
+    figures.frameBytes = flights_[0].context->FrameBytes();
+    figures.buffers = buffers_.Read();
+    figures.fragmentationAtLoading = fragmentationAtLoading_;
+    figures.drawItems = static_cast<std::uint32_t>(list_.Items().size());
+    figures.ids = list_.Ids().GetNumAllocs();
+    figures.freeIdRanges = list_.Ids().GetNumFreeBlocks();
+    figures.idFragmentation = list_.Ids().GetFragmentation();
 }
 
 // On the presenter's thread.

@@ -27,14 +27,16 @@ public:
     // not be written.
     bool Run(RunRecord& record, std::string& error);
 
-    // Taken from the page allocator.
-    std::uint64_t PageBytes() const;
+    // The figures of the allocators of which it knows. Between runs.
+    void Read(AllocatorFigures& figures) const;
     std::uint32_t JobCount(Stage stage) const { return flights_[0].context->JobCount(stage); }
 
 private:
     // The next frame's graph stands ready when the picture of one is complete; presenting it and
     // building the one after next cost the workers nothing.
     static constexpr std::uint32_t kInFlight = 2;
+    // Keys of the page allocator, from here up.
+    static constexpr std::uint64_t kBufferOwner = 1;
 
     struct Flight {
         std::unique_ptr<FrameContext> context;
@@ -47,11 +49,13 @@ private:
 
     const Options& options_;
     const std::uint32_t workers_;
-    ZKL::vRefPtr<Mesh> mesh_;
+    BufferPool buffers_{kBufferOwner};
+    const DrawList list_;
     ZKL::vSmartPtr<Camera> camera_;
     PictureWriter writer_;
     std::vector<std::uint64_t> hashes_;  // written by the presenter, one by one
     std::array<Flight, kInFlight> flights_;
+    float fragmentationAtLoading_ = 0.0f;
 };
 
 }  // namespace frame

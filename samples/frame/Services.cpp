@@ -8,8 +8,6 @@
 #include "ZelREKernel/core/vCPUInfos.h"
 #include "ZelREKernel/core/vLog.h"
 #include "ZelREKernel/core/vLoggerManager.h"
-#include "ZelREKernel/memory/vAllocatorSwitch.h"
-#include "ZelREKernel/memory/vPageAllocator.h"
 #include "ZelREKernel/profiling/vProfilerManager.h"
 #include "ZelREKernel/tasks/vSynchroNode.h"
 #include "ZelREKernel/tasks/vTaskManager.h"
@@ -42,16 +40,6 @@ bool LogService::Terminate() {
                                ZKL::vLoggerManager::ePipelining}) {
         manager.GetLogger(channel).SetOutput("stdout");
     }
-    return true;
-}
-
-bool MemoryService::Initialize() {
-    ZKL::InitAllocator();
-    return ZKL::DefaultPageAllocator() != nullptr;
-}
-
-bool MemoryService::Terminate() {
-    ZKL::DestroyAllocator();
     return true;
 }
 

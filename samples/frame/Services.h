@@ -28,13 +28,6 @@ private:
     const Options& options_;
 };
 
-// The allocator switches and the page allocator.
-class MemoryService final : public ZKL::vLifeCycleModule {
-public:
-    bool Initialize() override;
-    bool Terminate() override;
-};
-
 // Records the run and leaves it as profiling.js in the output folder.
 class ProfilerService final : public ZKL::vLifeCycleModule {
 public:

@@ -147,7 +147,7 @@ glm::vec3 ShadeSurface(const ScreenTriangle& triangle, std::int32_t x, std::int3
         const float row = static_cast<float>(y) / static_cast<float>(kSubpixels);
         return ToDisplay(LightFloor(world, row, scene));
     }
-    const Material& material = scene.mesh->Materials()[triangle.material];
+    const Material& material = scene.list->Source().Materials()[triangle.material];
     return ToDisplay(LightModel(Interpolate(v, x, y, *scene.view), material, scene));
 }
 

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <glm/vec3.hpp>
 
+#include "DrawList.h"
 #include "Geometry.h"
 #include "ShadowMap.h"
 #include "View.h"
@@ -15,7 +16,7 @@ namespace frame {
 struct Scene {
     const View* view;
     const ShadowMap* shadows;
-    const Mesh* mesh;
+    const DrawList* list;
     std::uint32_t width;
     std::uint32_t height;
 };

@@ -10,9 +10,9 @@
 
 namespace frame {
 
-// Renders one tile into `colours`, three floats per pixel for the whole screen. `chunks` are the
-// bins of the mesh in its order.
-void RenderTile(std::uint32_t tile, const TileGrid& grid, std::span<const Bins> chunks,
+// Renders one tile into `colours`, three floats per pixel for the whole screen. `bins` are those
+// of the draw items, in their order.
+void RenderTile(std::uint32_t tile, const TileGrid& grid, std::span<const Bins> bins,
                 const Scene& scene, float* colours);
 
 // Encodes `count` numbers from 0 to 1 as bytes for the display.

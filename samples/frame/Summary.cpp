@@ -44,6 +44,21 @@ Column Summarise(const RunRecord& run, std::uint32_t stage, double StageTime::*m
             Percentile95(values)};
 }
 
+void PrintAllocators(std::string& text, const AllocatorFigures& figures) {
+    const BufferPool::Figures& buffers = figures.buffers;
+    Print(text, "Loading arena      %.0f MiB of pages\n", MebiBytes(figures.loadingBytes));
+    Print(text, "Frame arenas       %.2f MiB per frame\n", MebiBytes(figures.frameBytes));
+    Print(text, "Buffers, textures  %.2f MiB in %.0f MiB of pages\n", MebiBytes(buffers.usedBytes),
+          MebiBytes(buffers.pageBytes));
+    Print(text, "  free ranges      %" PRIu64 ", fragmentation %.2f (%.2f while loading)\n",
+          buffers.freeRanges, static_cast<double>(buffers.fragmentation),
+          static_cast<double>(figures.fragmentationAtLoading));
+    Print(text, "Draw items         %" PRIu32 " with %" PRIu64 " identifiers\n", figures.drawItems,
+          figures.ids);
+    Print(text, "  free ranges      %" PRIu32 ", fragmentation %.2f\n", figures.freeIdRanges,
+          static_cast<double>(figures.idFragmentation));
+}
+
 }  // namespace
 
 double Percentile95(std::vector<double>& values) {
@@ -81,7 +96,7 @@ std::string WriteSummary(const RunRecord& run, const std::uint32_t (&jobs)[kStag
     Print(text, "\nResident memory    %.1f MiB at most\n", MebiBytes(run.residentBytes));
     Print(text, "Allocator          %.2f MiB at most, %" PRIu64 " blocks in all\n",
           MebiBytes(run.memory.peakBytes), run.memory.blocks);
-    Print(text, "Page allocator     %.0f MiB\n", MebiBytes(run.pageBytes));
+    PrintAllocators(text, run.allocators);
     Print(text, "Last picture       %016" PRIx64 "\n", run.lastPicture);
     Print(text, "All pictures       %016" PRIx64 "\n", run.allPictures);
     return text;
@@ -120,14 +135,37 @@ ZKL::vJSONArray StagesOf(const RunRecord& run, const std::uint32_t (&jobs)[kStag
     return stages;
 }
 
+ZKL::vSmartPtr<ZKL::vJSONObject> BuffersOf(const AllocatorFigures& figures) {
+    const ZKL::vSmartPtr<ZKL::vJSONObject> buffers = NewObject();
+    buffers->PushEntry("usedMiB", static_cast<float>(MebiBytes(figures.buffers.usedBytes)))
+        .PushEntry("pagesMiB", static_cast<float>(MebiBytes(figures.buffers.pageBytes)))
+        .PushEntry("pages", static_cast<int>(figures.buffers.pages))
+        .PushEntry("freeRanges", static_cast<int>(figures.buffers.freeRanges))
+        .PushEntry("fragmentation", figures.buffers.fragmentation)
+        .PushEntry("fragmentationAtLoading", figures.fragmentationAtLoading);
+    return buffers;
+}
+
+ZKL::vSmartPtr<ZKL::vJSONObject> DrawItemsOf(const AllocatorFigures& figures) {
+    const ZKL::vSmartPtr<ZKL::vJSONObject> items = NewObject();
+    items->PushEntry("count", static_cast<int>(figures.drawItems))
+        .PushEntry("identifiers", static_cast<int>(figures.ids))
+        .PushEntry("freeRanges", static_cast<int>(figures.freeIdRanges))
+        .PushEntry("fragmentation", figures.idFragmentation);
+    return items;
+}
+
 }  // namespace
 
 std::string WriteSummaryJson(const RunRecord& run, const std::uint32_t (&jobs)[kStageCount]) {
     const ZKL::vSmartPtr<ZKL::vJSONObject> memory = NewObject();
     memory->PushEntry("residentMiB", static_cast<float>(MebiBytes(run.residentBytes)))
         .PushEntry("allocatorMiB", static_cast<float>(MebiBytes(run.memory.peakBytes)))
-        .PushEntry("pagesMiB", static_cast<float>(MebiBytes(run.pageBytes)))
-        .PushEntry("blocks", static_cast<float>(run.memory.blocks));
+        .PushEntry("blocks", static_cast<float>(run.memory.blocks))
+        .PushEntry("loadingArenaMiB", static_cast<float>(MebiBytes(run.allocators.loadingBytes)))
+        .PushEntry("frameArenaMiB", static_cast<float>(MebiBytes(run.allocators.frameBytes)))
+        .PushEntry("buffers", BuffersOf(run.allocators))
+        .PushEntry("drawItems", DrawItemsOf(run.allocators));
     const ZKL::vSmartPtr<ZKL::vJSONObject> summary = NewObject();
     // The builder escapes backslashes alone, so a file's name is made clean here.
     summary->PushEntry("model", Printable(run.model).c_str())

@@ -7,10 +7,22 @@
 #include <string>
 #include <vector>
 
+#include "BufferPool.h"
 #include "MemoryMeter.h"
 #include "StageClock.h"
 
 namespace frame {
+
+struct AllocatorFigures {
+    std::uint64_t loadingBytes = 0;  // pages of the arena that the model was loaded with
+    std::uint64_t frameBytes = 0;    // taken from the arena of a frame
+    BufferPool::Figures buffers;
+    float fragmentationAtLoading = 0.0f;  // of the buffers before they were moved together
+    std::uint32_t drawItems = 0;
+    std::uint64_t ids = 0;  // theirs
+    std::uint32_t freeIdRanges = 0;
+    float idFragmentation = 0.0f;
+};
 
 struct RunRecord {
     std::string model;
@@ -24,7 +36,7 @@ struct RunRecord {
     std::uint64_t lastPicture = 0;  // hash
     std::uint64_t allPictures = 0;  // hash of the pictures' hashes, in order
     MemoryMeter::Reading memory;
-    std::uint64_t pageBytes = 0;      // taken from the page allocator
+    AllocatorFigures allocators;
     std::uint64_t residentBytes = 0;  // the most that the process ever held
 };
 

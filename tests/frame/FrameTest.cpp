@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <fstream>
 #include <iomanip>
 #include <nlohmann/json.hpp>
@@ -10,6 +11,7 @@
 #include <vector>
 
 #include "App.h"
+#include "BufferPool.h"
 #include "FrameContext.h"
 #include "Model.h"
 #include "Picture.h"
@@ -52,7 +54,9 @@ std::vector<std::uint64_t> RunPlainly(const frame::Model& model, frame::TileGrid
         const ZKL::vRefPtr<frame::Mesh> mesh = frame::Mesh::Build(model, error);
         const ZKL::vSmartPtr<frame::Camera> camera(
             new frame::Camera(grid.width, grid.height, mesh->Height()));
-        frame::FrameContext context(1, grid, mesh, camera);
+        frame::BufferPool pool(1);
+        const frame::DrawList list(mesh, pool);
+        frame::FrameContext context(pool, list, grid, camera);
         for (std::uint32_t number = 0; number < 5; ++number) {
             context.Begin(number);
             for (std::uint32_t s = 0; s < frame::kStageCount; ++s) {
@@ -74,6 +78,37 @@ TEST(Frames, PicturesAreTheSameBytesEverywhere) {
     const std::vector<std::uint64_t> hashes = RunPlainly(TestModel(), {200, 120});
     EXPECT_EQ(hashes.front(), 6264660055233473328u);
     EXPECT_EQ(hashes.back(), 17704541496911126890u);
+}
+
+// Every second buffer goes, one lies in a page of its own: the others keep what they hold.
+TEST(Buffers, KeepTheirBytesWhenMovedTogether) {
+    {
+        frame::BufferPool pool(1);
+        std::vector<frame::BufferPool::Buffer> buffers;
+        const auto size = [](std::size_t i) {
+            return i == 8 ? 17'000'000 : 1'000'001 * (i % 3 + 1);
+        };
+        for (std::size_t i = 0; i < 32; ++i) {
+            buffers.push_back(pool.Create(size(i)));
+            std::memset(pool.Data(buffers[i]), static_cast<int>(i), size(i));
+        }
+        for (std::size_t i = 1; i < buffers.size(); i += 2) {
+            pool.Destroy(buffers[i]);
+        }
+        EXPECT_GT(pool.Read().freeRanges, pool.Read().pages);
+        pool.Defragment();
+        EXPECT_LT(pool.Read().freeRanges, pool.Read().pages);
+        for (std::size_t i = 0; i < buffers.size(); i += 2) {
+            const auto* bytes = static_cast<const char*>(pool.Data(buffers[i]));
+            EXPECT_EQ(
+                static_cast<std::size_t>(std::count(bytes, bytes + size(i), static_cast<char>(i))),
+                size(i))
+                << i;
+            EXPECT_EQ(reinterpret_cast<std::uintptr_t>(bytes) % 128, 0u);
+        }
+        EXPECT_THROW(pool.Create(std::size_t{1} << 32), std::bad_alloc);
+    }
+    ZKL::DestroyAllocator();
 }
 
 std::vector<std::uint8_t> ReadPng(const std::string& path, png_image& image) {
@@ -124,6 +159,10 @@ TEST(App, LeavesPicturesTraceLogAndSummary) {
         EXPECT_EQ(record["frames"], 5);
         EXPECT_EQ(record["stages"].size(), frame::kStageCount);
         EXPECT_EQ(record["lastPicture"], hash.str());
+        EXPECT_EQ(record["memory"]["drawItems"]["identifiers"], 2 * 128 * 6);
+        // The upload left a gap, which is closed.
+        EXPECT_EQ(record["memory"]["buffers"]["freeRanges"], 1);
+        EXPECT_GT(record["memory"]["buffers"]["fragmentationAtLoading"], 0.0);
 
         png_image image;
         const std::vector<std::uint8_t> last = ReadPng(options.out + "/frame.png", image);
