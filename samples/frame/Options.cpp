@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "Crash.h"
 #include "JsonText.h"
 #include "WholeFile.h"
 #include "ZelREKernel/json/ZelJSONRange.h"
@@ -47,7 +48,7 @@ struct Option {
     bool (*apply)(std::string_view text, Options& options);
 };
 
-constexpr Option kOptions[] = {
+const Option kOptions[] = {
     {"--frames", "a number from 1 to 100000",
      [](std::string_view text, Options& o) { return ParseNumber(text, 1, 100000, o.frames); }},
     {"--size", "WIDTHxHEIGHT, each from 16 to 4096", ParseSize},
@@ -65,6 +66,17 @@ constexpr Option kOptions[] = {
      [](std::string_view text, Options& o) {
          o.controlVars.emplace_back(text);
          return text.find('=') != std::string_view::npos;
+     }},
+    {"--crash", kCrashKinds,
+     [](std::string_view text, Options& o) {
+         o.crash = text;
+         return IsCrashKind(text);
+     }},
+    // Of --crash, for the process that it starts.
+    {"--crash-here", kCrashKinds,
+     [](std::string_view text, Options& o) {
+         o.crashHere = text;
+         return IsCrashKind(text);
      }},
     // A settings file is read before all else and does not name another one.
     {kSettings, "a JSON file, on the command line alone",
@@ -196,7 +208,9 @@ kernel's task graph, and leaves the picture, a trace and a summary in the output
   --cvar NAME=VALUE
                   sets a control variable; may stand several times
   --cvars         lists the control variables and renders nothing
-=======
+  --crash KIND    crashes a second process of this program in the middle of its frames, and says
+                  where its dump and report are: null-write, bad-jump, stack-overflow, abort,
+                  division or heap-corruption
   --settings FILE a JSON object with any of these by name, such as {"frames": 60}; what the
                   command line says comes before it
   --help          this text

@@ -20,6 +20,8 @@ struct Options {
     std::string log;                       // empty: frame.log in the output folder
     std::vector<std::string> controlVars;  // each "NAME=VALUE"
     bool listControlVars = false;
+    std::string crash;      // empty, or how a second process of this program is to crash
+    std::string crashHere;  // in that process: how it crashes
 };
 
 enum class ParseResult { Run, Help, Bad };

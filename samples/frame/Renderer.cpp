@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <utility>
 
+#include "Crash.h"
 #include "Picture.h"
 #include "Progress.h"
 #include "Services.h"
@@ -84,6 +85,10 @@ void Renderer::Read(AllocatorFigures& figures) const {
 void Renderer::Present(FrameContext& context) {
     static const std::uint32_t s_triangles = ZKL::vProfiler::RegisterName("triangles on screen");
     const std::uint32_t number = context.Number();
+    // The frame after this one is being rendered.
+    if (number == options_.frames / 2 && !options_.crashHere.empty()) {
+        Crash(options_.crashHere);
+    }
     hashes_[number] = PictureHash(context.Pixels());
     ZKL::vProfiler::RecordCounter(s_triangles, context.TrianglesOnScreen());
     if (number + 1 == options_.frames) {

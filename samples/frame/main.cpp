@@ -6,6 +6,7 @@
 #include <string>
 
 #include "App.h"
+#include "Crash.h"
 #include "Look.h"
 #include "Options.h"
 
@@ -30,6 +31,11 @@ int main(int argc, char** argv) {
         if (options.listControlVars) {
             std::fputs(frame::ListControlVars().c_str(), stdout);
             return 0;
+        }
+        if (!options.crashHere.empty()) {
+            frame::ReportCrashes();
+        } else if (!options.crash.empty()) {
+            return frame::RunCrash(options.crash, options.out, argc, argv);
         }
         return frame::RunApp(options);
     } catch (const std::exception& exception) {

@@ -34,6 +34,9 @@ TEST(Options, BadOnesAreNamed) {
         {{"--size", "16x4097"}, "--size wants WIDTHxHEIGHT, each from 16 to 4096, not '16x4097'"},
         {{"--out="}, "--out wants a folder name, not ''"},
         {{"--cvar", "exposure"}, "--cvar wants NAME=VALUE, not 'exposure'"},
+        {{"--crash", "boredom"},
+         "--crash wants null-write, bad-jump, stack-overflow, abort, division or heap-corruption, "
+         "not 'boredom'"},
     };
     for (const auto& each : kCases) {
         Options options;

@@ -21,4 +21,20 @@ std::uint64_t PeakResidentBytes() {
     return counters.PeakWorkingSetSize;
 }
 
+std::string ProgramPath() {
+    char path[MAX_PATH] = {};
+    GetModuleFileNameA(nullptr, path, MAX_PATH);
+    return path;
+}
+
+std::string CrashDumpFolder(const std::string&) {
+    return "E:\\";
+}
+
+std::string DescribeEnd(int exitCode) {
+    char text[32];
+    std::snprintf(text, sizeof(text), exitCode < 0 ? "exception 0x%08X" : "exit code %d", exitCode);
+    return text;
+}
+
 }  // namespace frame

@@ -32,7 +32,7 @@ bool WriteMiniDump(const std::wstring& path, const Fault* fault) {
     if (const DebugHelp& help = DebugHelp::Get(); help.miniDumpWriteDump != nullptr) {
         MINIDUMP_EXCEPTION_INFORMATION exception = {};
         if (fault != nullptr) {
-            exception.ThreadId = GetCurrentThreadId();
+            exception.ThreadId = fault->threadId;
             exception.ExceptionPointers = fault->pointers;
         }
         help.miniDumpWriteDump(GetCurrentProcess(), GetCurrentProcessId(), file,

@@ -11,9 +11,25 @@
 namespace ZKL {
 namespace {
 
+DWORD WINAPI React(void* argument) {
+    const auto& fault = *static_cast<const Fault*>(argument);
+    ReactToException(fault.pointers->ExceptionRecord->ExceptionCode, fault);
+    return 0;
+}
+
 LONG WINAPI Filter(EXCEPTION_POINTERS* pointers) {
-    const Fault fault = {pointers};
-    ReactToException(pointers->ExceptionRecord->ExceptionCode, fault);
+    Fault fault = {pointers, GetCurrentThreadId()};
+    HANDLE other = nullptr;
+    if (pointers->ExceptionRecord->ExceptionCode == EXCEPTION_STACK_OVERFLOW) {
+        // What is left of the stack is too little for symbols and dumps.
+        other = CreateThread(nullptr, 0, &React, &fault, 0, nullptr);
+    }
+    if (other != nullptr) {
+        WaitForSingleObject(other, INFINITE);
+        CloseHandle(other);
+    } else {
+        React(&fault);
+    }
     return EXCEPTION_CONTINUE_SEARCH;
 }
 

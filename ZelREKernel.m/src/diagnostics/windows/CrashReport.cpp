@@ -70,7 +70,7 @@ void WriteCrashReport(const std::wstring& dump, const Fault* fault) {
         WriteHeading(file, "FAULT");
         std::fprintf(file, "code 0x%08lX at 0x%012llx, thread %lu\n", record.ExceptionCode,
                      reinterpret_cast<unsigned long long>(record.ExceptionAddress),
-                     GetCurrentThreadId());
+                     fault->threadId);
     }
     WriteThreads(file);
     const std::string report = MekAbendInfo::WriteReport();

@@ -1,0 +1,206 @@
+#include <windows.h>
+// After the system's own types.
+#include <dbghelp.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <regex>
+
+#include "support/TempDir.h"
+
+namespace {
+
+const std::filesystem::path kDumps = "E:\\";
+
+struct Outcome {
+    DWORD exitCode = 0;
+    DWORD processId = 0;
+    std::string said;   // on standard error
+    std::string wrote;  // on standard output
+};
+
+HANDLE MakeFile(const std::string& name) {
+    SECURITY_ATTRIBUTES inherited = {sizeof(inherited), nullptr, TRUE};
+    return CreateFileA(name.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited,
+                       CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+}
+
+Outcome RunProgram(const test::TempDir& directory, std::string command) {
+    STARTUPINFOA startup = {};
+    startup.cb = sizeof(startup);
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdError = MakeFile(directory.File("said"));
+    startup.hStdOutput = MakeFile(directory.File("wrote"));
+    PROCESS_INFORMATION process = {};
+    command.insert(0, ZEL_TEST_BIN_DIR "/");
+    EXPECT_TRUE(CreateProcessA(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
+                               &startup, &process));
+    CloseHandle(startup.hStdError);
+    CloseHandle(startup.hStdOutput);
+    WaitForSingleObject(process.hProcess, INFINITE);
+    Outcome outcome = {0, process.dwProcessId, test::ReadText(directory.File("said")),
+                       test::ReadText(directory.File("wrote"))};
+    GetExitCodeProcess(process.hProcess, &outcome.exitCode);
+    CloseHandle(process.hThread);
+    CloseHandle(process.hProcess);
+    return outcome;
+}
+
+Outcome RunProgram(const std::string& command) {
+    const test::TempDir directory;
+    return RunProgram(directory, command);
+}
+
+bool Contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+// The only file of a dump with this ending; empty without one.
+std::filesystem::path FindDump(const std::string& ending) {
+    // The root of an empty drive cannot be listed.
+    std::error_code empty;
+    for (const auto& entry : std::filesystem::directory_iterator(kDumps, empty)) {
+        if (std::regex_match(entry.path().filename().string(),
+                             std::regex("MiniDump-\\d\\d-\\d{6}_\\d\\dh\\d\\d\\" + ending))) {
+            return entry.path();
+        }
+    }
+    return {};
+}
+
+void RemoveDumps() {
+    for (const char* const ending : {".dmp", ".txt"}) {
+        for (auto path = FindDump(ending); !path.empty(); path = FindDump(ending)) {
+            std::filesystem::remove(path);
+        }
+    }
+}
+
+// The exception that a dump tells of, as the system's own reader finds it.
+MINIDUMP_EXCEPTION_STREAM ExceptionIn(const std::filesystem::path& dump) {
+    const HANDLE file = CreateFileW(dump.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
+                                    OPEN_EXISTING, 0, nullptr);
+    const HANDLE mapping = CreateFileMappingW(file, nullptr, PAGE_READONLY, 0, 0, nullptr);
+    void* const view = MapViewOfFile(mapping, FILE_MAP_READ, 0, 0, 0);
+    const auto read = reinterpret_cast<decltype(&::MiniDumpReadDumpStream)>(reinterpret_cast<void*>(
+        GetProcAddress(LoadLibraryW(L"dbghelp.dll"), "MiniDumpReadDumpStream")));
+    void* stream = nullptr;
+    MINIDUMP_EXCEPTION_STREAM found = {};
+    if (view != nullptr && read(view, ExceptionStream, nullptr, &stream, nullptr)) {
+        found = *static_cast<MINIDUMP_EXCEPTION_STREAM*>(stream);
+    }
+    UnmapViewOfFile(view);
+    CloseHandle(mapping);
+    CloseHandle(file);
+    return found;
+}
+
+// Puts the stand-in where the system has its debugger, where nobody else's machine is changed.
+class Crash : public testing::Test {
+protected:
+    void SetUp() override {
+        if (GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") == nullptr) {
+            GTEST_SKIP() << "replaces a program of the system and fills drive E:, under Wine alone";
+        }
+        ASSERT_TRUE(std::filesystem::exists(kDumps)) << "scripts/lib/with-wine makes drive E:";
+        wchar_t system[MAX_PATH] = {};
+        GetSystemDirectoryW(system, MAX_PATH);
+        debugger_ = std::filesystem::path(system) / L"vsjitdebugger.exe";
+    }
+    void PutDebugger() {
+        std::filesystem::copy_file(ZEL_TEST_BIN_DIR "/debugger-stand-in.exe", debugger_,
+                                   std::filesystem::copy_options::overwrite_existing);
+    }
+    void TearDown() override {
+        std::error_code ignored;
+        std::filesystem::remove(debugger_, ignored);
+    }
+
+    std::filesystem::path debugger_;
+};
+
+// The first setting closes the system's door behind it; a later one changes the table alone.
+TEST_F(Crash, TheFilterIsSetOnceAndForAll) {
+    const std::string says = "************ Exception catched! Code: e0001234\n";
+    const struct {
+        const char* arguments;
+        std::string said;
+        const char* wrote;
+    } cases[] = {
+        {"e0001234 1 e0001234", says, "33 c0 c3 null"},
+        {"e0001234 0 e0001234", "", "33 c0 c3 null"},
+        {"e0001233 15 e0001234", "", "33 c0 c3 null"},
+        {"e0001234 1 e0001234 over", "other filter\n", "a filter"},
+        // Reported by a thread that has room for it.
+        {"c00000fd 1 c00000fd", "************ Exception catched! Code: c00000fd\n",
+         "33 c0 c3 null"},
+    };
+    for (const auto& c : cases) {
+        const Outcome outcome = RunProgram(std::string("raising-program.exe ") + c.arguments);
+        EXPECT_EQ(outcome.said, c.said) << c.arguments;
+        EXPECT_EQ(outcome.wrote.substr(c.wrote[0] == '3' ? 0 : 9), c.wrote) << c.arguments;
+    }
+}
+
+TEST_F(Crash, FaultsAreReportedWhereverTheyHappen) {
+    const struct {
+        const char* kind;
+        DWORD code;
+        const char* says;
+    } kinds[] = {{"null-write", 0xC0000005, "c0000005"},
+                 {"bad-jump", 0xC0000005, "c0000005"},
+                 {"division", 0xC0000094, "c0000094"}};
+    for (const auto& kind : kinds) {
+        for (const char* const where : {"main", "worker", "arena"}) {
+            const Outcome outcome =
+                RunProgram(std::string("crashing-program.exe ") + kind.kind + " " + where + " 3");
+            EXPECT_EQ(outcome.exitCode, kind.code) << kind.kind;
+            EXPECT_EQ(outcome.said.rfind("************ Exception catched! Code: " +
+                                             std::string(kind.says) + "\n# 0  0x0",
+                                         0),
+                      0u)
+                << outcome.said;
+            EXPECT_TRUE(Contains(outcome.said, "crashing-program.exe+")) << outcome.said;
+        }
+    }
+    // An abort is no exception here.
+    EXPECT_EQ(RunProgram("crashing-program.exe abort main 3").exitCode, 3u);
+}
+
+// A debugger that is not there, and one that ends without attaching, hold nobody up.
+TEST_F(Crash, NobodyWaitsForADebuggerThatIsNotThere) {
+    SetEnvironmentVariableA("ZEL_ASKED", nullptr);
+    EXPECT_EQ(RunProgram("crashing-program.exe null-write main 4").said, "");
+    PutDebugger();
+    EXPECT_EQ(RunProgram("crashing-program.exe null-write main 4").exitCode, 0xC0000005);
+}
+
+// All reactions in their order: what was said before the debugger came, what was dumped after.
+TEST_F(Crash, ReactionsComeInTheirOrder) {
+    RemoveDumps();
+    PutDebugger();
+    const test::TempDir directory;
+    SetEnvironmentVariableA("ZEL_ASKED", directory.File("asked").c_str());
+    SetEnvironmentVariableA("ZEL_SAID", directory.File("said").c_str());
+    const Outcome outcome = RunProgram(directory, "crashing-program.exe null-write worker 15");
+    SetEnvironmentVariableA("ZEL_ASKED", nullptr);
+    EXPECT_EQ(outcome.exitCode, 0xC0000005);
+    EXPECT_EQ(test::ReadText(directory.File("asked")),
+              "-p " + std::to_string(outcome.processId) + "\n" + outcome.said);
+    EXPECT_TRUE(Contains(outcome.said, "Code: c0000005\n# 0  0x0")) << outcome.said;
+
+    EXPECT_EQ(ExceptionIn(FindDump(".dmp")).ExceptionRecord.ExceptionCode, 0xC0000005);
+    const std::string report = test::ReadText(FindDump(".txt").string());
+    const DWORD thread = ExceptionIn(FindDump(".dmp")).ThreadId;
+    for (const std::string& part :
+         {std::string("==== FAULT ====\ncode 0xC0000005 at 0x"),
+          ", thread " + std::to_string(thread) + "\n==== THREADS ====\n",
+          std::string(" Zelo:LogFlusher\n"),
+          std::string("==== ZELO INFORMATION ====\na line of the crash report\n"),
+          std::string("==== LAST LINES OF Default ====\n[INFO]\t : a line of the log\n"),
+          std::string("==== CALL STACK ====\n# 0  0x0")}) {
+        EXPECT_TRUE(Contains(report, part)) << part << "\nin\n" << report;
+    }
+}
+
+}  // namespace
