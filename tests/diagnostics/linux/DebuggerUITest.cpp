@@ -68,9 +68,10 @@ TEST(DebuggerUI, AsksOnTheDisplayFirst) {
         setenv("ZEL_ANSWER", answer, 1);
         EXPECT_EQ(ZKL::DebuggerUI({L"one", L"it's \u00fc", L"three"}), choice) << answer;
     }
-    EXPECT_EQ(test::ReadFile(directory.File("asked")),
-              "--list|--title=Select Your debugger|--text=|--column=#|--column=Debugger|"
-              "--hide-column=1|--print-column=1|0|one|1|it's \u00fc|2|three|");
+    EXPECT_EQ(
+        test::ReadFile(directory.File("asked")),
+        "--list|--title=Select Your debugger|--text=|--column=#|--column=Debugger|"
+        "--hide-column=1|--print-column=1|--width=320|--height=182|0|one|1|it's \u00fc|2|three|");
     // Without such a program the terminal is asked.
     setenv("PATH", "/nowhere", 1);
     std::string shown;

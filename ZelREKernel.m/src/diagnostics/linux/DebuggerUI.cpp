@@ -13,6 +13,9 @@ namespace ZKL {
 namespace {
 
 constexpr unsigned kNothing = 0xFFFFFFFF;
+// Of the dialog, in pixels, for all names to be seen.
+constexpr std::size_t kRowHeight = 24;
+constexpr std::size_t kMarginHeight = 110;
 constexpr const char* kTitle = "Select Your debugger";
 
 // A wide character is a code point here.
@@ -70,7 +73,9 @@ std::optional<unsigned> AskOnDisplay(const std::vector<std::wstring>& names) {
     }
     std::string command =
         "command -v zenity >/dev/null || exit 127; exec zenity --list --title=" + Quoted(kTitle) +
-        " --text= --column=# --column=Debugger --hide-column=1 --print-column=1";
+        " --text= --column=# --column=Debugger --hide-column=1 --print-column=1 --width=320 "
+        "--height=" +
+        std::to_string(kMarginHeight + kRowHeight * names.size());
     for (std::size_t i = 0; i < names.size(); ++i) {
         command += " " + std::to_string(i) + " " + Quoted(ToUtf8(names[i]));
     }

@@ -69,9 +69,14 @@ LRESULT CALLBACK BoxProcedure(HWND box, UINT message, WPARAM word, LPARAM value)
     Chooser& chooser = *CurrentChooser::Get();
     if (message == kLayOut) {
         LayOut(chooser);
+        // The arrow keys choose, the return key is that of "Yes".
+        SetFocus(chooser.list);
+        SendMessageW(box, DM_SETDEFID, IDYES, 0);
         return 0;
     }
-    if (message == WM_COMMAND && LOWORD(word) != kListId) {
+    if (message == WM_COMMAND && word == MAKEWPARAM(kListId, LBN_DBLCLK)) {
+        PostMessageW(box, WM_COMMAND, IDYES, 0);
+    } else if (message == WM_COMMAND && LOWORD(word) != kListId) {
         // A button ends the box: what is chosen must be read while the list is there.
         const LRESULT row = SendMessageW(chooser.list, LB_GETCURSEL, 0, 0);
         chooser.choice = row == LB_ERR ? kNothing : static_cast<unsigned>(row);
