@@ -234,8 +234,13 @@ TEST(Crash, WaitsForTheDebuggerItStarts) {
     setenv("ZelDebuggerCommand", ("echo %d > " + directory.File("asked")).c_str(), 1);
     ZKL::AttachDebugger();  // ends without attaching: nobody waits for ever
     EXPECT_EQ(test::ReadFile(directory.File("asked")), std::to_string(getpid()) + "\n");
-    setenv("ZelDebuggerCommand", "/nonexistent/debugger %d 2>/dev/null", 1);
+    // Neither there: not a word.
+    testing::internal::CaptureStderr();
+    setenv("ZelDebuggerCommand", "/nonexistent/debugger %d", 1);
     ZKL::AttachDebugger();
+    setenv("ZelDebuggerCommand", "no-such-debugger", 1);
+    ZKL::AttachDebugger();
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
     unsetenv("ZelDebuggerCommand");
 }
 

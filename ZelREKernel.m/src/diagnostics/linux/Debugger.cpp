@@ -16,12 +16,22 @@ namespace {
 
 // What Debian calls the user's terminal.
 constexpr const char* kStandardCommand = "x-terminal-emulator -e gdb -p %d";
+// What means nothing else to the shell.
+constexpr std::string_view kPlain =
+    "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789/._+-";
 
 // The command with this process's number for each "%d".
 RawText<4096> MakeCommand() {
     const char* const chosen = std::getenv("ZelDebuggerCommand");
     std::string_view pattern = chosen != nullptr && chosen[0] != '\0' ? chosen : kStandardCommand;
     RawText<4096> command;
+    // The shell would complain of a program that is not there.
+    const std::string_view program = pattern.substr(0, pattern.find(' '));
+    if (program.find_first_not_of(kPlain) == std::string_view::npos) {
+        command += "command -v ";
+        command += program;
+        command += " >/dev/null || exit 127; ";
+    }
     command += "exec ";
     for (std::size_t at = 0; (at = pattern.find("%d")) != std::string_view::npos;) {
         command += pattern.substr(0, at);

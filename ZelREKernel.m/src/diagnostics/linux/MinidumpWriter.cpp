@@ -288,10 +288,14 @@ void Writer::AddMemory() {
     }
     Memory64Head head = {ranges.Size(), 0};
     const auto bytes = static_cast<std::uint32_t>(sizeof(head) + ranges.Bytes());
-    head.offset = file_.Position() + bytes;
+    // Pages on pages of the file: the system copies those fastest.
+    const std::uint64_t end = file_.Position() + bytes;
+    const std::uint64_t padding = (kPage - end % kPage) % kPage;
+    head.offset = end + padding;
     AddStream(eMemory64List, {bytes, static_cast<std::uint32_t>(file_.Position())});
     file_.Append(&head, sizeof(head));
     file_.Append(ranges.begin(), ranges.Bytes());
+    file_.Skip(padding);
     pagemap_ = open("/proc/self/pagemap", O_RDONLY | O_CLOEXEC);
     for (const Mapping& mapping : maps_.Mappings()) {
         if (mapping.readable && mapping.wanted) {
