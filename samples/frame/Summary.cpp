@@ -136,7 +136,7 @@ ZKL::vJSONArray StagesOf(const RunRecord& run, const std::uint32_t (&jobs)[kStag
 }
 
 ZKL::vSmartPtr<ZKL::vJSONObject> BuffersOf(const AllocatorFigures& figures) {
-    const ZKL::vSmartPtr<ZKL::vJSONObject> buffers = NewObject();
+    ZKL::vSmartPtr<ZKL::vJSONObject> buffers = NewObject();
     buffers->PushEntry("usedMiB", static_cast<float>(MebiBytes(figures.buffers.usedBytes)))
         .PushEntry("pagesMiB", static_cast<float>(MebiBytes(figures.buffers.pageBytes)))
         .PushEntry("pages", static_cast<int>(figures.buffers.pages))
@@ -147,7 +147,7 @@ ZKL::vSmartPtr<ZKL::vJSONObject> BuffersOf(const AllocatorFigures& figures) {
 }
 
 ZKL::vSmartPtr<ZKL::vJSONObject> DrawItemsOf(const AllocatorFigures& figures) {
-    const ZKL::vSmartPtr<ZKL::vJSONObject> items = NewObject();
+    ZKL::vSmartPtr<ZKL::vJSONObject> items = NewObject();
     items->PushEntry("count", static_cast<int>(figures.drawItems))
         .PushEntry("identifiers", static_cast<int>(figures.ids))
         .PushEntry("freeRanges", static_cast<int>(figures.freeIdRanges))
