@@ -14,7 +14,8 @@
 
 #include "ZelREKernel/ZelREKernel.h"
 
-#define CRASH extern "C" [[gnu::noinline]]
+// No sanitizer is to foresee what happens.
+#define CRASH extern "C" [[gnu::noinline, gnu::no_sanitize("undefined")]]
 
 namespace {
 

