@@ -27,6 +27,14 @@ constexpr bool kSanitized = true;
 constexpr bool kSanitized = false;
 #endif
 
+// Reports are made by a process that shares this one's memory.
+#if defined(__SANITIZE_THREAD__)
+#define SKIP_WITHOUT_HELPER() \
+    GTEST_SKIP() << "the thread sanitizer takes the helper process for the thread that made it"
+#else
+#define SKIP_WITHOUT_HELPER() static_cast<void>(0)
+#endif
+
 // A file in memory, for as long as the program runs: most of a dump is a hole that no copy needs.
 std::string_view Map(const std::string& name) {
     const int file = open(name.c_str(), O_RDONLY | O_CLOEXEC);
@@ -152,6 +160,7 @@ bool NamesFrame(std::string_view text, std::string_view function) {
 }
 
 TEST(Crash, DumpsAProcessThatIsWell) {
+    SKIP_WITHOUT_HELPER();
     const test::TempDir directory;
     const std::string mark = "a text that only this process has " + std::to_string(getpid());
     setenv("ZelCrashDumpDirectory", directory.Path().c_str(), 1);
@@ -170,6 +179,7 @@ TEST(Crash, DumpsAProcessThatIsWell) {
 // Each way to crash, on each kind of thread: the process still dies as it would have, and
 // everything there is to know of it is there.
 TEST(Crash, IsReportedWhateverItIsAndWhereverItHappens) {
+    SKIP_WITHOUT_HELPER();
     const struct {
         const char* kind;
         int signal;
@@ -216,6 +226,7 @@ TEST(Crash, IsReportedWhateverItIsAndWhereverItHappens) {
 }
 
 TEST(Crash, DoesNoMoreThanItWasToldTo) {
+    SKIP_WITHOUT_HELPER();
     const struct {
         const char* reactions;
         bool says;
