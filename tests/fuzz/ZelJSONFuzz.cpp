@@ -1,6 +1,6 @@
 // Reads a text, writes what came of it by both writers, and reads that again. Whatever the text,
 // the second generation is sound and stays as it is; where the text is JSON, another library agrees
-// on every value, but for what docs/json-texts.md lists.
+// on every value, but for what docs/json.md lists.
 
 #include <cstdint>
 #include <cstdlib>
