@@ -11,7 +11,7 @@ NULL, INT, UINT, LONG_LONG, ULONG_LONG, FLOAT, DOUBLE, STRING, BOOLEAN, ARRAY, O
 SCALARS = {INT: 'intNumber', UINT: 'uintNumber', LONG_LONG: 'longLongNumber',
            ULONG_LONG: 'ulongLongNumber', FLOAT: 'floatNumber', DOUBLE: 'doubleNumber'}
 OUT_OF_LINE, EXTENDED = 0x80000000, 0x2000
-FIRST_SEGMENT, GROWING_SEGMENTS = 8, 9
+FIRST_SEGMENT, GROWING_SEGMENTS, SPARSE_WAYS = 8, 9, 16
 
 
 def bytes_at(address, length):
@@ -54,6 +54,19 @@ def pairs(tree):
     return zip(items[0::2], items[1::2])
 
 
+def leaves(node, level, index):
+    """The indices and slots below a node of an array's sparse elements."""
+    if int(node) == 0:
+        return
+    kind = 'Inner' if level else 'Leaf'
+    node = node.cast(gdb.lookup_type('ZelJSON::SparseElements::' + kind).pointer())
+    for digit in range(SPARSE_WAYS):
+        if level:
+            yield from leaves(node['children'][digit], level - 1, (index + digit) * SPARSE_WAYS)
+        elif int(node['present']) >> digit & 1:
+            yield index + digit, node['slots'][digit]
+
+
 def elements(container, value):
     run = (container + 1).cast(value)
     count = int(container['count'])
@@ -69,8 +82,9 @@ def elements(container, value):
         for i in range(size):
             yield '[%d]' % (count + i), first[segment].cast(value)[i]
         segment, left, count = segment + 1, left - size, count + size
-    for index, slot in pairs(tail['sparse']):
-        yield '[%d]' % int(index), slot.address.cast(value).dereference()
+    sparse = tail['sparse']
+    for index, slot in leaves(sparse['root_'], int(sparse['level_']), 0):
+        yield '[%d]' % index, slot.address.cast(value).dereference()
 
 
 def members(container, value):

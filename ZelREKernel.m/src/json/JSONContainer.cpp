@@ -130,8 +130,7 @@ ZelJSONSlot* FindElement(Container* array, std::uint32_t index) noexcept {
         const Place place = PlaceOf(index - array->count);
         return tail->segments[place.segment] + place.offset;
     }
-    const auto found = tail->sparse.find(index);
-    return found != tail->sparse.end() ? &found->second : nullptr;
+    return tail->sparse.Find(index);
 }
 
 ZelJSONSlot& AddElement(ZelJSONSlot& array, std::uint32_t index) {
@@ -147,11 +146,11 @@ ZelJSONSlot& AddElement(ZelJSONSlot& array, std::uint32_t index) {
     }
     const ArrayExtension* const tail = container->ArrayTail();
     const std::uint32_t dense = container->count + (tail != nullptr ? tail->dense : 0);
-    if (index == dense && (tail == nullptr || tail->sparse.empty())) {
+    if (index == dense && (tail == nullptr || tail->sparse.IsEmpty())) {
         return AppendElement(*container);
     }
     // The run stays as it is from here on, so that every sparse element lies behind the dense ones.
-    return ExtendArray(*container).sparse[index];
+    return ExtendArray(*container).sparse.Add(index);
 }
 
 void AppendElements(ZelJSONSlot& array, ZelJSONSlot* elements, std::uint32_t count) {
@@ -174,8 +173,8 @@ std::uint64_t ArraySize(Container* array) noexcept {
     if (tail == nullptr) {
         return array->count;
     }
-    return tail->sparse.empty() ? std::uint64_t{array->count} + tail->dense
-                                : std::uint64_t{tail->sparse.rbegin()->first} + 1;
+    return tail->sparse.IsEmpty() ? std::uint64_t{array->count} + tail->dense
+                                  : std::uint64_t{tail->sparse.Last()} + 1;
 }
 
 ZelJSONSlot* FindMember(Container* object, std::string_view name) noexcept {
@@ -257,11 +256,8 @@ ElementRun NextRun(Container* array, const ElementRun& run) noexcept {
         ZelJSONSlot* const first = tail->segments[run.segment];
         return {first, first + (left < size ? left : size), index, run.segment + 1};
     }
-    const auto found = tail->sparse.lower_bound(index);
-    if (found == tail->sparse.end()) {
-        return {};
-    }
-    return {&found->second, &found->second + 1, found->first, run.segment};
+    const SparseElements::Stretch stretch = tail->sparse.Next(index);
+    return {stretch.slots, stretch.slots + stretch.count, stretch.index, run.segment};
 }
 
 }  // namespace ZelJSON

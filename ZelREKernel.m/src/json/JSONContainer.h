@@ -3,8 +3,8 @@
 // What an array or object owns. A header is followed by the run: the elements from index 0 up, or
 // the members in order of their names, as the reader or a copy left them. A run never moves and
 // its members are never reordered, since references into it must stay valid; what is added later
-// goes into the extension: more elements in segments while the array stays dense, and a tree for
-// sparse elements and for members. An empty container is a null pointer.
+// goes into the extension: more elements in segments while the array stays dense, and a tree each
+// for sparse elements and for members. An empty container is a null pointer.
 
 #include <cstddef>
 #include <cstdint>
@@ -15,6 +15,7 @@
 
 #include "json/JSONBlock.h"
 #include "json/JSONText.h"
+#include "json/SparseElements.h"
 
 namespace ZelJSON {
 
@@ -42,10 +43,8 @@ struct KeyLess {
     bool operator()(std::string_view a, const Key& b) const noexcept { return a < b.View(); }
 };
 
-template <class K, class Less>
-using SlotMap = std::map<K, ZelJSONSlot, Less, HeapAllocator<std::pair<const K, ZelJSONSlot>>>;
-using ElementMap = SlotMap<std::uint32_t, std::less<>>;
-using MemberMap = SlotMap<Key, KeyLess>;
+using MemberMap =
+    std::map<Key, ZelJSONSlot, KeyLess, HeapAllocator<std::pair<const Key, ZelJSONSlot>>>;
 
 struct Container;
 
@@ -57,7 +56,7 @@ struct ArrayExtension : Extension {
     // Segment k of the dense part holds 8 << k elements up to 4096, and 4096 from then on.
     std::vector<ZelJSONSlot*, HeapAllocator<ZelJSONSlot*>> segments;
     std::uint32_t dense = 0;  // elements in the segments
-    ElementMap sparse;        // all of them behind the dense part
+    SparseElements sparse;    // all of them behind the dense part
 };
 
 struct ObjectExtension : Extension {
