@@ -62,9 +62,9 @@ install(FILES
   DESTINATION "${zel_doc_dir}" COMPONENT runtime)
 
 if(ZEL_BUILD_TOOLS)
-  install(TARGETS zkl-logview DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT tools)
+  install(TARGETS zkl-logview zkl-trace DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT tools)
   # The tools find the libraries of their own tree wherever that is put.
-  set_target_properties(zkl-logview PROPERTIES
+  set_target_properties(zkl-logview zkl-trace PROPERTIES
     INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
   install(DIRECTORY "${PROJECT_SOURCE_DIR}/tools/man/"
     DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT tools FILES_MATCHING PATTERN "*.1")

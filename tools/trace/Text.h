@@ -1,0 +1,20 @@
+#pragma once
+
+// Texts for people.
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace trace {
+
+// Without what would steer a terminal: control characters are question marks.
+std::string Printable(std::string_view text);
+// The same between double quotes, cut where it is very long.
+std::string Quoted(std::string_view text);
+// Nanoseconds as microseconds, with a fraction only where there is one.
+std::string MicrosecondText(std::int64_t nanoseconds);
+// Nanoseconds as milliseconds with three decimals, that is whole microseconds.
+std::string MillisecondText(std::int64_t nanoseconds);
+
+}  // namespace trace

@@ -1,0 +1,8 @@
+#include "Output.h"
+
+namespace trace {
+
+// It does from the beginning.
+void PrepareOutput() {}
+
+}  // namespace trace
