@@ -61,16 +61,22 @@ std::string NameOf(const Trace& trace, const Segment& segment) {
     return segment.slice == kNone ? "" : trace.names[trace.slices[segment.slice].name];
 }
 
-// What is one step of the path for the reader: a stretch of one slice or one wait.
+std::string StepName(const Trace& trace, const Segment& segment) {
+    const std::string name = NameOf(trace, segment);
+    if (!segment.isWaiting) {
+        return name;
+    }
+    return segment.slice == kNone ? "(idle)" : std::string("(wait for ").append(name).append(")");
+}
+
 std::string StepsText(const Trace& trace, const Frame& frame, const std::vector<Segment>& path,
                       std::size_t top) {
     constexpr const char* kBy[] = {"", "flow", "release"};
     Table table({"slice", "at", "duration", "thread", "by"});
     for (std::size_t i = 0; i < std::min(path.size(), top); ++i) {
         const Segment& segment = path[i];
-        std::string name = NameOf(trace, segment);
-        name = segment.isWaiting ? name.empty() ? "(idle)" : "(wait for " + name + ")" : name;
-        table.Add({Printable(name), MillisecondText(segment.begin - frame.begin),
+        table.Add({Printable(StepName(trace, segment)),
+                   MillisecondText(segment.begin - frame.begin),
                    MillisecondText(segment.Duration()),
                    Printable(ThreadTitle(trace.threads[segment.thread])),
                    kBy[static_cast<std::size_t>(segment.by)]});

@@ -56,7 +56,7 @@ private:
     void End(const Event& event, std::uint32_t thread);
     void AddFlowPoint(const Event& event, std::uint32_t thread);
     void AddMetaData(const Event& event, std::uint32_t thread);
-    void Close(std::uint32_t slice, std::int64_t time);
+    void Close(std::uint32_t index, std::int64_t time);
     void DropFinishing(Lane& lane);
     std::string Where(std::uint64_t event, std::uint32_t thread, std::int64_t time) const;
 
