@@ -2,6 +2,7 @@
 
 #include <process.h>
 #include <windows.h>
+#include <winternl.h>
 
 #include <cstddef>
 #include <limits>
@@ -39,18 +40,42 @@ void Close(Thread* thread) {
     delete thread;
 }
 
+bool IsHeldHere(const CRITICAL_SECTION& lock) {
+    return reinterpret_cast<std::uintptr_t>(lock.OwningThread) == GetCurrentThreadId();
+}
+
+// The loader's lock, or null where it was not found. No documented call tells who holds it; the
+// process's record has pointed to it from the same place since the first 64-bit system. That is
+// trusted only when it holds true here, while this library is loaded: the lock is one of the
+// loader's own and held by this thread.
+const CRITICAL_SECTION* FindLoaderLock() {
+    constexpr std::size_t kLoaderLock = 0x110;
+    constexpr std::size_t kSlot = (kLoaderLock - offsetof(PEB, Reserved9)) / sizeof(void*);
+    // Not by NtCurrentTeb(), about which this compiler warns.
+    const PEB* record = nullptr;
+    asm volatile("movq %%gs:0x60, %0" : "=r"(record));
+    const void* const found = record->Reserved9[kSlot];
+    HMODULE owner = nullptr;
+    if (!GetModuleHandleExW(
+            GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+            static_cast<PCWSTR>(found), &owner) ||
+        owner != GetModuleHandleW(L"ntdll.dll")) {
+        return nullptr;
+    }
+    const auto* const lock = static_cast<const CRITICAL_SECTION*>(found);
+    return IsHeldHere(*lock) ? lock : nullptr;
+}
+
+const CRITICAL_SECTION* const s_loaderLock = FindLoaderLock();
+
 // While a library is loaded or unloaded its thread holds the loader's lock, and meanwhile no thread
 // can begin or end. So a thread tells that its work is done, from here and not from the library
 // whose work it was, and holds this library until it ends; and who starts a thread waits until it
-// has begun, so that it can be waited for under the lock later. No call tells who holds the lock;
-// the process's record has pointed to it since the first 64-bit system.
-bool HoldsLoaderLock() {
-    constexpr std::size_t kLoaderLock = 0x110;
-    const char* record = nullptr;
-    asm volatile("movq %%gs:0x60, %0" : "=r"(record));
-    const auto* const lock =
-        *reinterpret_cast<const CRITICAL_SECTION* const*>(record + kLoaderLock);
-    return reinterpret_cast<std::uintptr_t>(lock->OwningThread) == GetCurrentThreadId();
+// has begun, so that it can be waited for under the lock later. Where the lock was not found it
+// counts as held: nobody waits for a thread's beginning or end then, which at worst leaves a joined
+// thread a moment more to live.
+bool MayHoldLoaderLock() {
+    return s_loaderLock == nullptr || IsHeldHere(*s_loaderLock);
 }
 
 void Leave(HANDLE left, HMODULE module) {
@@ -141,7 +166,8 @@ std::int32_t StartThread(const ThreadSettings& settings, void (*entry)(void*), v
     if (!isBound) {
         start->entry = nullptr;
     }
-    const HANDLE begun = HoldsLoaderLock() ? nullptr : CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    const HANDLE begun =
+        MayHoldLoaderLock() ? nullptr : CreateEventW(nullptr, TRUE, FALSE, nullptr);
     start->begun = begun;
     static_cast<void>(start.release());  // Main's from here on
     ResumeThread(made->thread);
@@ -162,7 +188,7 @@ void JoinThread(std::uintptr_t handle) {
     // The thread's end comes first where the process ends and the system has ended the thread.
     const HANDLE either[] = {thread->thread, thread->left};
     WaitForMultipleObjects(2, either, FALSE, INFINITE);
-    if (!HoldsLoaderLock()) {
+    if (!MayHoldLoaderLock()) {
         WaitForSingleObject(thread->thread, INFINITE);
     }
     Close(thread);
