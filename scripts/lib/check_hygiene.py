@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
 """What may not stand in the tree: foreign headers in public ones, operating-system conditionals,
-internal references, leftover notes, files too long to read."""
+internal references, leftover notes, files too long to read, debugger views of what is no more."""
 
 import re
+from xml.etree import ElementTree
 
 import tree
 
@@ -85,8 +86,29 @@ def check_words(problems):
                     problems.append(f"{path}:{number}: {what}: {match.group(0)}")
 
 
+DECLARED = re.compile(r"\b(?:struct|class|union|namespace)\s+(?:[A-Z]+_EXPORT\s+)?(\w+)|"
+                      r"\b(\w+)(?:\[\w*\])?\s*(?:=[^;{]*|\{[^;{]*\})?;")
+
+
+def check_natvis(problems):
+    """The names in a natvis file's expressions are those of types and members of the JSON headers."""
+    code = re.sub(r"//.*", "", "\n".join(
+        tree.text(path) for path in tree.sources() if path.endswith(".h") and "/json/" in path))
+    known = {"char", "this", "s8"} | {name for pair in DECLARED.findall(code) for name in pair}
+    for path in (path for path in tree.files() if path.endswith(".natvis")):
+        for element in ElementTree.fromstring(tree.text(path)).iter():
+            kind = element.tag.rpartition("}")[2]
+            said = [element.get("Condition", ""), element.get("Name", "") if kind == "Type" else ""]
+            text = element.text or ""
+            said += re.findall(r"\{([^{}]+)\}", text) if kind == "DisplayString" else [text]
+            for name in re.findall(r"\b[A-Za-z_]\w*", " ".join(said)):
+                if name not in known:
+                    problems.append(f"{path}: nothing is called {name}")
+
+
 def main():
     problems = []
+    check_natvis(problems)
     check_public_includes(problems)
     check_code(problems)
     check_words(problems)
