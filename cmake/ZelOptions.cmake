@@ -17,6 +17,8 @@ set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 if(WIN32)
   set(ZEL_PLATFORM windows)
   set(CMAKE_SHARED_LIBRARY_PREFIX "")  # ZelREKernel.dll, as its users name it
+  # Wine's debug library and lldb do not read the newer form in this system's files.
+  string(APPEND CMAKE_CXX_FLAGS_RELWITHDEBINFO " -gdwarf-4")
 else()
   set(ZEL_PLATFORM linux)
 endif()

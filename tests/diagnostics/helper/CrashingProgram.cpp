@@ -1,8 +1,8 @@
 // Crashes as it is told: crashing-program KIND WHERE REACTIONS.
 //
-// KIND is null-write, bad-jump, stack-overflow, abort, division or heap-corruption; WHERE is main,
-// worker (a thread of vWorkerThread) or arena (a thread of oneTBB's). Every crash is in a function
-// of its own, for its name to be looked for.
+// KIND is null-write, bad-jump, stack-overflow, abort, exception, division or heap-corruption;
+// WHERE is main, worker (a thread of vWorkerThread) or arena (a thread of oneTBB's). Every crash is
+// in a function of its own, for its name to be looked for.
 
 #include <oneapi/tbb/task_arena.h>
 
@@ -40,6 +40,9 @@ CRASH int CrashByStackOverflow(const volatile int* before) {
 CRASH void CrashByAbort() {
     std::abort();
 }
+CRASH void CrashByException() {
+    throw g_zero;
+}
 CRASH void CrashByDivision() {
     g_zero = 100 / g_zero;
 }
@@ -63,6 +66,7 @@ constexpr struct {
               {"bad-jump", &CrashByBadJump},
               {"stack-overflow", [] { g_zero = CrashByStackOverflow(&g_zero); }},
               {"abort", &CrashByAbort},
+              {"exception", []() noexcept { CrashByException(); }},
               {"division", &CrashByDivision},
               {"heap-corruption", &CrashByHeapCorruption}};
 

@@ -5,8 +5,8 @@
 // A fatal fault has a number: on Windows the exception code; on Linux the code that Windows has for
 // the same fault, so that one set-up serves both: SIGSEGV 0xC0000005, SIGBUS 0xC0000006, SIGFPE
 // 0xC0000094 (integer) or 0xC000008E (floating point), SIGILL 0xC000001D, SIGTRAP 0x80000003,
-// SIGABRT 0x40000015. Reactions to a fault report it; none stops it: the handlers that were there
-// before run afterwards, and the process dies as it would have.
+// SIGABRT 0x40000015, which abort() has on Windows, too. Reactions to a fault report it; none stops
+// it: the handlers that were there before run afterwards, and the process dies as it would have.
 //
 // All functions may be called from any thread.
 

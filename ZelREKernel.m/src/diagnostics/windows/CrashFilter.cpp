@@ -2,8 +2,8 @@
 
 #include <MekHost/system/MekSignalStack.h>
 
+#include <csignal>
 #include <cstdio>
-#include <cstring>
 
 #include "base/NativeLibrary.h"
 #include "diagnostics/windows/Fault.h"
@@ -11,13 +11,17 @@
 namespace ZKL {
 namespace {
 
+// The code of a program that has ended itself; missing in some headers, as is the other.
+constexpr DWORD kFatalAppExit = 0x40000015;
+constexpr DWORD kHeapCorruption = 0xC0000374;
+
 DWORD WINAPI React(void* argument) {
     const auto& fault = *static_cast<const Fault*>(argument);
     ReactToException(fault.pointers->ExceptionRecord->ExceptionCode, fault);
     return 0;
 }
 
-LONG WINAPI Filter(EXCEPTION_POINTERS* pointers) {
+void Report(EXCEPTION_POINTERS* pointers) {
     Fault fault = {pointers, GetCurrentThreadId()};
     HANDLE other = nullptr;
     if (pointers->ExceptionRecord->ExceptionCode == EXCEPTION_STACK_OVERFLOW) {
@@ -30,7 +34,41 @@ LONG WINAPI Filter(EXCEPTION_POINTERS* pointers) {
     } else {
         React(&fault);
     }
+}
+
+LONG WINAPI Filter(EXCEPTION_POINTERS* pointers) {
+    if (pointers->ExceptionRecord->ExceptionCode != kHeapCorruption) {
+        Report(pointers);
+    }
     return EXCEPTION_CONTINUE_SEARCH;
+}
+
+// The system ends a process whose heap it finds broken without asking the filter, but tells those
+// who want to hear of an exception first.
+LONG WINAPI OnException(EXCEPTION_POINTERS* pointers) {
+    if (pointers->ExceptionRecord->ExceptionCode == kHeapCorruption) {
+        Report(pointers);
+    }
+    return EXCEPTION_CONTINUE_SEARCH;
+}
+
+using AbortHandler = void (*)(int);
+AbortHandler s_earlierAbort = SIG_DFL;
+
+// abort() is no exception here, but the run-time library's signal on the thread that called it. So
+// an uncaught C++ exception ends, too. The process ends when the handler has returned.
+void OnAbort(int signal) {
+    EXCEPTION_RECORD record = {};
+    CONTEXT context = {};
+    RtlCaptureContext(&context);
+    record.ExceptionCode = kFatalAppExit;
+    record.ExceptionFlags = EXCEPTION_NONCONTINUABLE;
+    record.ExceptionAddress = reinterpret_cast<void*>(context.Rip);
+    EXCEPTION_POINTERS pointers = {&record, &context};
+    Report(&pointers);
+    if (s_earlierAbort != SIG_DFL && s_earlierAbort != SIG_IGN) {
+        s_earlierAbort(signal);
+    }
 }
 
 // From now on the system's function that sets the filter returns null and does nothing: run-time
@@ -54,6 +92,8 @@ void InstallExceptionFilter() {
     KeepLibraryLoaded(reinterpret_cast<const void*>(&Filter));
     SetUnhandledExceptionFilter(&Filter);
     CloseTheDoor();
+    AddVectoredExceptionHandler(0, &OnException);
+    s_earlierAbort = std::signal(SIGABRT, &OnAbort);
 }
 
 void WriteToStandardError(std::string_view text) {
