@@ -34,6 +34,7 @@ public:
     // Adds text; a null pointer is ignored.
     void Append(const char* text);
     void Append(std::string_view text);
+    // Empties the section, which stays in the report.
     void Clear();
     // A copy of the text kept so far.
     std::string GetText() const;

@@ -22,7 +22,9 @@ public:
     // Takes the signal back. Whoever waited for this event alone or for any one of several when it
     // was signalled comes through all the same.
     virtual std::int32_t Reset() = 0;
+    // Whether it is signalled at this moment; another thread may change that at once.
     virtual bool IsSignalled() const = 0;
+    // The reason of the last signal, 0 before the first; a Reset leaves it.
     virtual int Reason() const = 0;
 
 protected:

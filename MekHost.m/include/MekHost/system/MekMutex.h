@@ -14,6 +14,7 @@ public:
     MekMutex(const MekMutex&) = delete;
     MekMutex& operator=(const MekMutex&) = delete;
 
+    // Takes the lock, waiting for the thread that holds it.
     void lock();
     // Takes the lock if it is free or held by the calling thread; returns whether it did.
     bool try_lock();

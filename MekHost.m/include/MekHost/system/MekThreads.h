@@ -28,9 +28,11 @@ public:
     // Waits until Run() has returned. Returns kMekOk (also when nothing was started) or
     // kMekInvalidParameter when called from the thread itself.
     std::int32_t Join();
+    // Between a successful Start and the Join after it, whether or not Run() has returned.
     bool IsJoinable() const;
     // What Run() returned, 0 before the thread was joined.
     std::int32_t GetExitCode() const;
+    // What the constructor was given; the derived class says who owns it.
     void* Argument() const;
 
 protected:

@@ -24,8 +24,10 @@ public:
     // The event that a waiter for this job asked for, or null. The job does not own it; it must
     // outlive the run.
     MekEvent* GetWaitingEvent() const;
+    // Before the job is handed to whoever runs it; null for none.
     void SetWaitingEvent(MekEvent* event);
 
+    // Takes a reference beside one that the caller holds.
     void AddReferenceJob();
     // Drops a reference; the last one deletes the job.
     void ReleaseReferenceJob();

@@ -25,6 +25,7 @@ public:
     // Takes back a block of this allocator; null is ignored.
     void Free(void* p) { FreeImpl(p); }
 
+    // What an allocator overrides; callers use Allocate and Free, which promise the same:
     virtual void* AllocateImpl(std::uint32_t size, std::uint32_t alignment) = 0;
     virtual void FreeImpl(void* p) = 0;
 

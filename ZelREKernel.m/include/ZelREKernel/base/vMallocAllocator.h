@@ -11,7 +11,7 @@ namespace ZKL {
 
 class ZELREKERNEL_EXPORT vMallocAllocator : public vAllocator {
 public:
-    static constexpr std::uint32_t kDefaultAlignment = 8;
+    static constexpr std::uint32_t kDefaultAlignment = 8;  // bytes
 
     constexpr vMallocAllocator() noexcept : vMallocAllocator(kDefaultAlignment) {}
     // `alignment`, a power of two, is the least alignment of every block.
@@ -23,6 +23,7 @@ public:
     // Aligned to the larger of `alignment` and this allocator's own. A size of 0 gives a block of
     // its own. An alignment that is no power of two is reported as misuse and gives null.
     void* AllocateImpl(std::uint32_t size, std::uint32_t alignment) override;
+    // Takes a block of any vMallocAllocator, on any thread; null is ignored.
     void FreeImpl(void* p) override;
 
 private:

@@ -17,8 +17,11 @@ public:
     vSlimLock(const vSlimLock&) = delete;
     vSlimLock& operator=(const vSlimLock&) = delete;
 
+    // Takes the lock, waiting for it; for ever on the thread that holds it.
     void lock() noexcept;
+    // Takes the lock if it is free; returns whether it did.
     bool try_lock() noexcept;
+    // Lets go of the lock, which the calling thread has taken.
     void unlock() noexcept;
 
 private:

@@ -19,6 +19,7 @@ namespace ZKL {
 // memory; Give is told the size that was asked for.
 template <typename T>
 struct vSmallVectorHeap {
+    // Memory of `size` bytes for Give of the same type:
     static void* Take(std::size_t size) noexcept { return std::malloc(size); }
     static void Give(void* array, std::size_t) noexcept { std::free(array); }
 };
@@ -29,7 +30,7 @@ class vSmallVector {
     static_assert(kInline == 1 && kOption == 0, "only one inline element is supported");
 
 public:
-    static constexpr std::uint32_t kInlineCapacity = 1;
+    static constexpr std::uint32_t kInlineCapacity = 1;  // elements
 
     vSmallVector() noexcept {}
     vSmallVector(vSmallVector&& other) noexcept { Steal(other); }
@@ -66,12 +67,15 @@ public:
         size_ = 0;
     }
 
+    // The elements by index, which is not checked, and in order. References and iterators are valid
+    // until the array grows or moves:
     T& operator[](std::size_t index) noexcept { return Data()[index]; }
     const T& operator[](std::size_t index) const noexcept { return Data()[index]; }
     T* begin() noexcept { return Data(); }
     T* end() noexcept { return Data() + size_; }
     const T* begin() const noexcept { return Data(); }
     const T* end() const noexcept { return Data() + size_; }
+    // Elements, and room for elements:
     std::uint32_t Size() const noexcept { return size_; }
     std::uint32_t Capacity() const noexcept { return capacity_; }
     bool IsEmpty() const noexcept { return size_ == 0; }

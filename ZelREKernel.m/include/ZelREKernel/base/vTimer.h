@@ -15,10 +15,12 @@ namespace ZKL {
 
 class ZELREKERNEL_EXPORT vTimer {
 public:
+    // An instant of the monotonic clock, in nanoseconds.
     using time_point = std::chrono::time_point<std::chrono::steady_clock, std::chrono::nanoseconds>;
 
     vTimer() noexcept : lastSample_(_Now()) {}
 
+    // Takes a sample: remembers now, and returns it.
     time_point Sample() noexcept {
         lastSample_ = _Now();
         return lastSample_;
@@ -30,6 +32,7 @@ public:
         Sample();
     }
 
+    // The instant of the last sample; of the construction before the first.
     time_point LastSampled() const noexcept { return lastSample_; }
     // Milliseconds since the last sample.
     double GetElapsedTime() const noexcept { return ComputeDuration(lastSample_, _Now()); }

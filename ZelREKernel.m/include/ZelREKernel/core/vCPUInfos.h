@@ -18,7 +18,7 @@
 namespace ZKL {
 
 struct vCPUInfos {
-    // Bits of `features`: what the processor itself reports (CPUID leaves 1 and 7).
+    // Bits of `features`, what the processor itself reports (CPUID leaves 1 and 7):
     static constexpr std::uint32_t kSSE = 1;
     static constexpr std::uint32_t kSSE2 = 2;
     static constexpr std::uint32_t kSSE3 = 4;
@@ -31,10 +31,10 @@ struct vCPUInfos {
     static constexpr std::uint32_t kAVX512F = 512;
     static constexpr std::uint32_t kAVX512PF = 1024;
 
-    std::uint32_t features = 0;
-    std::uint32_t numaNodes = 0;
-    std::uint32_t cores = 0;
-    std::uint32_t logicalProcessors = 0;
+    std::uint32_t features = 0;           // a sum of the bits above
+    std::uint32_t numaNodes = 0;          // memory nodes
+    std::uint32_t cores = 0;              // physical cores
+    std::uint32_t logicalProcessors = 0;  // hardware threads
 };
 
 static_assert(sizeof(vCPUInfos) == 16);
@@ -48,7 +48,7 @@ ZELREKERNEL_EXPORT void GetCPUInfos(vCPUInfos& out);
 // stays valid while the library is loaded.
 ZELREKERNEL_EXPORT const vCPUInfos& GetCPUInfos();
 
-// SSE4.1, AVX and AVX2 by the record's feature bits.
+// SSE4.1, AVX and AVX2 by the record's feature bits, false without a record:
 ZELREKERNEL_EXPORT bool IsSSE4Supported();
 ZELREKERNEL_EXPORT bool IsAVXSupported();
 ZELREKERNEL_EXPORT bool IsAVX2Supported();

@@ -20,9 +20,11 @@ public:
     static std::int32_t Terminate();
     // Returns as Terminate and leaves the module up.
     static std::int32_t Clean();
+    // Whether it is up: between a successful Initialize and a successful Terminate.
     static bool IsInitialized();
 
 protected:
+    // The phases; _LoadStatic sets the timer's origin, the others do nothing. All return 0:
     std::int32_t _LoadStatic() override;
     std::int32_t _CreateSingletons() override;
     std::int32_t _DestroySingletons() override;

@@ -14,6 +14,8 @@
 
 namespace ZKL {
 
+// Each writes a message of `level` to its channel, or drops it: a channel that is off or wants
+// higher levels, or no memory. The texts may go when the call returns:
 ZELREKERNEL_EXPORT void LogDefault(vLogger::FLogLevel level, const char* format, ...)
     ZKL_PRINTF_FORMAT(2, 3);
 ZELREKERNEL_EXPORT void LogDrawCall(vLogger::FLogLevel level, const char* format, ...)
@@ -29,6 +31,8 @@ ZELREKERNEL_EXPORT void LogXCTOrrin(vLogger::FLogLevel level, const char* format
 ZELREKERNEL_EXPORT void LogPipelining(vLogger::FLogLevel level, const char* format, ...)
     ZKL_PRINTF_FORMAT(2, 3);
 
+// Each hands over what its channel has gathered, if that flushes on request (LogProfiling from the
+// start); nothing otherwise:
 ZELREKERNEL_EXPORT void LogDefaultFlush();
 ZELREKERNEL_EXPORT void LogDrawCallFlush();
 ZELREKERNEL_EXPORT void LogProfilingFlush();

@@ -33,9 +33,10 @@ public:
         eRelease = 5
     };
 
+    // When text goes to the output.
     enum FLogMode : std::int32_t {
-        eFlushEachMessage = 1,
-        eFlushOnRequest = 4  // FlushCurrentLog does something
+        eFlushEachMessage = 1,  // with every message
+        eFlushOnRequest = 4     // FlushCurrentLog does something
     };
 
     // "DEBUG" to "RELEASE"; null for any other value.
@@ -54,6 +55,7 @@ public:
     // Drops its output; text not flushed is lost.
     virtual ~vLogger();
 
+    // The switch and the level, for the messages that begin after the call; any thread:
     void BeginLog() { enabled_.store(true, std::memory_order_relaxed); }
     void EndLog() { enabled_.store(false, std::memory_order_relaxed); }
     void SetLevel(FLogLevel level) { level_.store(level, std::memory_order_relaxed); }
@@ -63,13 +65,15 @@ public:
     // Hands the text gathered so far to the output; only in mode eFlushOnRequest.
     void FlushCurrentLog();
 
-    // The switches stand alone, no other data is published with them: relaxed order will do.
+    // The switches as they are now. They stand alone, no other data is published with them: relaxed
+    // order will do:
     bool IsEnabled() const { return enabled_.load(std::memory_order_relaxed); }
     FLogLevel GetLevel() const { return level_.load(std::memory_order_relaxed); }
     // The name given to SetOutput last.
     std::string GetOutputName() const;
 
 protected:
+    // Log as this class has it: filters, formats, takes the lock and flushes.
     void InternalLog(FLogLevel level, const char* format, std::va_list arguments)
         ZKL_PRINTF_FORMAT(3, 0);
 

@@ -16,6 +16,7 @@ namespace ZKL {
 
 class ZELREKERNEL_EXPORT vLoggerManager {
 public:
+    // The channels, and how each starts.
     enum Type : std::int32_t {
         eDefault = 0,     // to "stdout", level from "ZKLDefaultLogLevel"
         eDrawCall = 1,    // off and without an output until it is given one
@@ -26,6 +27,7 @@ public:
         ePipelining = 6   // to "stdout", plain text with indentation; on if "LOG_PIPELINING" is set
     };
 
+    // The one instance, there while the library is loaded.
     static vLoggerManager& GetInstance();
 
     vLoggerManager(const vLoggerManager&) = delete;

@@ -29,6 +29,7 @@ public:
     vLoggerOutput(const vLoggerOutput&) = delete;
     vLoggerOutput& operator=(const vLoggerOutput&) = delete;
 
+    // Takes a reference beside one that the caller holds.
     void AddRef() noexcept;
     // Drops a reference; the last one deletes the output.
     void Release() noexcept;

@@ -28,11 +28,14 @@ public:
         bool initialized = false;     // between a successful Initialize and a successful Terminate
     };
 
-    static constexpr std::int32_t kOk = 0;
+    static constexpr std::int32_t kOk = 0;  // done
     // A success by its sign, so that a caller who only looks for failures may initialise twice.
     static constexpr std::int32_t kAlreadyInitialized = 1247;
+    // An earlier start failed; for good.
     static constexpr std::int32_t kPointer = static_cast<std::int32_t>(0x80004003);
+    // No memory for the module; it is as it was.
     static constexpr std::int32_t kOutOfMemory = static_cast<std::int32_t>(0x8007000E);
+    // The module is not up.
     static constexpr std::int32_t kUnexpected = static_cast<std::int32_t>(0x8000FFFF);
 
     vModule(const vModule&) = delete;
@@ -45,6 +48,8 @@ protected:
     vModule() = default;
     virtual ~vModule();
 
+    // The phases. Each returns 0, or a negative status that ends the run of phases there; what the
+    // phases before have done is not undone:
     virtual std::int32_t _LoadStatic() = 0;
     virtual std::int32_t _CreateSingletons() = 0;
     virtual std::int32_t _DestroySingletons() = 0;

@@ -13,15 +13,18 @@ namespace ZKL {
 template <class T>
 class vRefPtr {
 public:
+    // Points to nothing:
     constexpr vRefPtr() noexcept = default;
     constexpr vRefPtr(std::nullptr_t) noexcept {}
     // Takes a reference of its own.
     explicit vRefPtr(T* object) noexcept : object_(object) { _AddRef(); }
     vRefPtr(const vRefPtr& other) noexcept : vRefPtr(other.object_) {}
     vRefPtr(vRefPtr&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
+    // From a pointer to a derived class: a reference of its own, or the other's.
     template <class U>
     requires std::convertible_to<U*, T*> vRefPtr(const vRefPtr<U>& other)
     noexcept : vRefPtr(other.object_) {}
+    // The same; the source points to nothing afterwards.
     template <class U>
     requires std::convertible_to<U*, T*> vRefPtr(vRefPtr<U>&& other)
     noexcept : object_(std::exchange(other.object_, nullptr)) {}
@@ -36,17 +39,22 @@ public:
         swap(*this, other);
         return *this;
     }
+    // Drops the reference and takes one on `object`, if there is one.
     void Reset(T* object = nullptr) noexcept { *this = vRefPtr(object); }
+    // Exchanges the two without counting.
     friend void swap(vRefPtr& a, vRefPtr& b) noexcept { std::swap(a.object_, b.object_); }
 
+    // The object; null when there is none, and then not to be followed:
     T* Get() const noexcept { return object_; }
     T* operator->() const noexcept { return object_; }
     T& operator*() const noexcept { return *object_; }
     explicit operator bool() const noexcept { return object_ != nullptr; }
+    // Whether both point to the same object.
     template <class U>
     bool operator==(const vRefPtr<U>& other) const noexcept {
         return object_ == other.object_;
     }
+    // Whether it points to nothing.
     bool operator==(std::nullptr_t) const noexcept { return object_ == nullptr; }
 
 private:

@@ -42,7 +42,10 @@ public:
     // Replaces the number of references, 24 bits of it.
     void SetReferenceCount(std::uint32_t count) noexcept;
 
+    // Whether anybody holds a reference, running Destroy calls included; another thread may change
+    // that at once.
     bool IsReferenced() const noexcept { return (_Load() & kCountMask) != 0; }
+    // Between _Construct and _Destroy. True says that what was done before _Construct is seen.
     bool IsValid() const noexcept { return (_Load() & kInvalid) == 0; }
 
 protected:

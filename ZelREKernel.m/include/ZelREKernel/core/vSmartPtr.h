@@ -18,9 +18,11 @@ namespace ZKL {
 template <class T>
 class vWeakPtr;
 
+// An owner: the object lives as long as one of them points to it.
 template <class T>
 class vSmartPtr {
 public:
+    // Points to nothing:
     constexpr vSmartPtr() noexcept = default;
     constexpr vSmartPtr(std::nullptr_t) noexcept {}
     // Becomes an owner. Empty when `object` is null, or has no link: it got none for want of
@@ -33,9 +35,11 @@ public:
     }
     vSmartPtr(const vSmartPtr& other) noexcept : link_(other.link_) { _Copied(); }
     vSmartPtr(vSmartPtr&& other) noexcept : link_(std::exchange(other.link_, nullptr)) {}
+    // From an owner by a derived class: one more owner.
     template <class U>
     requires std::convertible_to<U*, T*> vSmartPtr(const vSmartPtr<U>& other)
     noexcept : link_(other.link_) { _Copied(); }
+    // The same; the source points to nothing afterwards.
     template <class U>
     requires std::convertible_to<U*, T*> vSmartPtr(vSmartPtr<U>&& other)
     noexcept : link_(std::exchange(other.link_, nullptr)) {}
@@ -50,7 +54,9 @@ public:
         swap(*this, other);
         return *this;
     }
+    // Lets the object go and becomes an owner of `object`, if there is one.
     void Reset(T* object = nullptr) noexcept { *this = vSmartPtr(object); }
+    // Exchanges the two without counting.
     friend void swap(vSmartPtr& a, vSmartPtr& b) noexcept { std::swap(a.link_, b.link_); }
 
     // The object; null for an empty pointer and once the object was destroyed. Relaxed: the pointer
@@ -58,15 +64,19 @@ public:
     T* Get() const noexcept {
         return link_ ? static_cast<T*>(link_->object.load(std::memory_order_relaxed)) : nullptr;
     }
+    // The object, for a pointer that is not empty; null once the object was destroyed:
     T* operator->() const noexcept {
         return static_cast<T*>(link_->object.load(std::memory_order_relaxed));
     }
     T& operator*() const noexcept { return *operator->(); }
+    // Whether there is an object.
     explicit operator bool() const noexcept { return Get() != nullptr; }
+    // Whether both have the same object, or none.
     template <class U>
     bool operator==(const vSmartPtr<U>& other) const noexcept {
         return Get() == other.Get();
     }
+    // Whether there is no object.
     bool operator==(std::nullptr_t) const noexcept { return Get() == nullptr; }
 
 private:
@@ -86,22 +96,27 @@ private:
     vSmartPtrLink* link_ = nullptr;
 };
 
+// A watcher: it keeps no object alive, and Lock tells whether there still is one.
 template <class T>
 class vWeakPtr {
 public:
+    // Watches nothing:
     constexpr vWeakPtr() noexcept = default;
     constexpr vWeakPtr(std::nullptr_t) noexcept {}
     // Watches `object`, which need not have an owner yet.
     explicit vWeakPtr(T* object) noexcept
         : vWeakPtr(object ? object->vSmartPtrObject::link_ : nullptr, Watch()) {}
+    // Watches what the other owns or watches:
     template <class U>
     requires std::convertible_to<U*, T*> vWeakPtr(const vSmartPtr<U>& owner)
     noexcept : vWeakPtr(owner.link_, Watch()) {}
     vWeakPtr(const vWeakPtr& other) noexcept : vWeakPtr(other.link_, Watch()) {}
     vWeakPtr(vWeakPtr&& other) noexcept : link_(std::exchange(other.link_, nullptr)) {}
+    // The same, of a derived class.
     template <class U>
     requires std::convertible_to<U*, T*> vWeakPtr(const vWeakPtr<U>& other)
     noexcept : vWeakPtr(other.link_, Watch()) {}
+    // The same; the source watches nothing afterwards.
     template <class U>
     requires std::convertible_to<U*, T*> vWeakPtr(vWeakPtr<U>&& other)
     noexcept : link_(std::exchange(other.link_, nullptr)) {}
@@ -115,7 +130,9 @@ public:
         swap(*this, other);
         return *this;
     }
+    // Watches nothing from now on.
     void Reset() noexcept { *this = vWeakPtr(); }
+    // Exchanges the two without counting.
     friend void swap(vWeakPtr& a, vWeakPtr& b) noexcept { std::swap(a.link_, b.link_); }
 
     // A strong pointer to the object; empty when it is gone or has no owner.

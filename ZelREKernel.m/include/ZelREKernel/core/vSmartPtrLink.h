@@ -19,8 +19,8 @@ struct alignas(16) vSmartPtrLink {
     static constexpr std::uint32_t kAttached = 0x80000000;
 
     std::atomic<vSmartPtrObject*> object;  // null once the object is gone
-    std::atomic<std::uint32_t> strong;
-    std::atomic<std::uint32_t> weak;  // weak pointers, and one for all strong ones together
+    std::atomic<std::uint32_t> strong;     // strong pointers, or kUnmanaged
+    std::atomic<std::uint32_t> weak;       // weak pointers, and one for all strong ones together
 };
 
 static_assert(sizeof(vSmartPtrLink) == 16);

@@ -16,7 +16,7 @@ namespace ZKL {
 
 class ZELREKERNEL_EXPORT vSmartPtrManager {
 public:
-    static constexpr std::size_t kLinksPerBlock = 256;
+    static constexpr std::size_t kLinksPerBlock = 256;  // of the process-wide pool
 
     // With `linksPerBlock` 0 there is no pooling: every link is a block of the heap by itself.
     explicit constexpr vSmartPtrManager(std::size_t linksPerBlock = kLinksPerBlock) noexcept
@@ -40,6 +40,7 @@ public:
     // had until then stay. O(count).
     bool ReserveBlocks(std::uint32_t count) noexcept;
 
+    // The blocks had from the heap, spare ones too; they only grow.
     std::uint32_t GetBlockCount() const noexcept;
     // The links handed out and not yet returned.
     std::uint32_t GetUsedLinkCount() const noexcept;

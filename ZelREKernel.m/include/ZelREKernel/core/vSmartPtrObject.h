@@ -14,7 +14,7 @@ namespace ZKL {
 
 class ZELREKERNEL_EXPORT vSmartPtrObject {
 public:
-    using Link = vSmartPtrLink;
+    using Link = vSmartPtrLink;  // between the object and its pointers
 
     // Takes a link from the pool. The object has no pointers yet and belongs to its maker. Without
     // memory for a link it works, but cannot be shared: pointers made to it are empty.
@@ -32,6 +32,8 @@ public:
     // pointers lock to nothing.
     virtual void Destroy();
 
+    // Whether there is a strong pointer; another thread may change that at once. Always true for an
+    // object whose life is not counted, and false without a link.
     bool IsReferenced() const noexcept;
 
 protected:

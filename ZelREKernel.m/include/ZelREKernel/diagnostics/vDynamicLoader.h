@@ -30,6 +30,7 @@ public:
     ~vDynamicLoader();
     vDynamicLoader& operator=(vDynamicLoader&& other) noexcept;
 
+    // Whether there is a library: false after a failure and for an object that was moved from.
     bool IsLoaded() const { return module_ != nullptr; }
     // The address of the function, null for a null name. One that the library does not export, or
     // any of an empty loader, is told by a line at level "RELEASE" and is null.

@@ -9,6 +9,7 @@
 
 #include "ZelREKernel/json/ZelJSONReader.h"
 
+// Where an error is, for people.
 struct ZelJSONErrorPlace {
     std::size_t line = 1;    // from 1; lines end with a line feed, a carriage return, or both
     std::size_t column = 1;  // from 1, in characters (UTF-8 sequences)

@@ -25,11 +25,13 @@ public:
     // At the first element. `write`: the elements may be assigned to.
     ZelJSONElementCursor(const ZelJSONSlot& array, bool write) noexcept;
 
-    bool AtEnd() const noexcept { return slot_ == nullptr; }
-    ZelJSONSlot* Slot() const noexcept { return slot_; }
+    bool AtEnd() const noexcept { return slot_ == nullptr; }  // behind the last element
+    ZelJSONSlot* Slot() const noexcept { return slot_; }      // the element; null at the end
+    // The element's index; not at the end.
     std::uint32_t Index() const noexcept {
         return first_ + static_cast<std::uint32_t>(slot_ - run_);
     }
+    // To the next element that exists; not at the end.
     void Next() noexcept {
         if (++slot_ == end_) {
             NextRun();
@@ -54,10 +56,11 @@ public:
     // At the first member. `write`: the values may be assigned to.
     ZelJSONMemberCursor(const ZelJSONSlot& object, bool write) noexcept;
 
-    bool AtEnd() const noexcept { return slot_ == nullptr; }
-    ZelJSONSlot* Slot() const noexcept { return slot_; }
+    bool AtEnd() const noexcept { return slot_ == nullptr; }  // behind the last member
+    ZelJSONSlot* Slot() const noexcept { return slot_; }      // its value; null at the end
     // Valid as long as the member is.
     std::string_view Name() const noexcept { return name_; }
+    // To the next member; not at the end.
     void Next() noexcept;
 
 private:
@@ -72,10 +75,11 @@ private:
     bool fromRun_ = false;
 };
 
+// What a range of members yields.
 template <class Value>
 struct ZelJSONMember {
-    std::string_view name;
-    Value& value;
+    std::string_view name;  // valid as long as the member is
+    Value& value;           // the member's own, not a copy
 };
 
 namespace ZelJSON {
@@ -84,6 +88,7 @@ namespace ZelJSON {
 template <class Cursor, class Value>
 class RangeIterator {
 public:
+    // What the standard library asks of an iterator:
     using iterator_concept = std::input_iterator_tag;
     using difference_type = std::ptrdiff_t;
     static constexpr bool kMembers = std::is_same_v<Cursor, ZelJSONMemberCursor>;
@@ -91,9 +96,11 @@ public:
         std::conditional_t<kMembers, ZelJSONMember<Value>, std::remove_const_t<Value>>;
 
     RangeIterator() noexcept = default;
+    // At the first entry; a container of another kind has none.
     explicit RangeIterator(Value& container) noexcept
         : cursor_(container.GetSlot(), !std::is_const_v<Value>) {}
 
+    // The entry that it is at.
     decltype(auto) operator*() const noexcept {
         // A value is its slot and nothing else.
         auto& value = reinterpret_cast<Value&>(*cursor_.Slot());
@@ -103,12 +110,15 @@ public:
             return static_cast<Value&>(value);
         }
     }
+    // To the next entry:
     RangeIterator& operator++() noexcept {
         cursor_.Next();
         return *this;
     }
     void operator++(int) noexcept { cursor_.Next(); }
+    // The element's index.
     std::uint32_t Index() const noexcept requires(!kMembers) { return cursor_.Index(); }
+    // Whether it is behind the last entry.
     friend bool operator==(const RangeIterator& at, std::default_sentinel_t) noexcept {
         return at.cursor_.AtEnd();
     }
@@ -119,10 +129,13 @@ private:
 
 }  // namespace ZelJSON
 
+// The elements of an array, which must outlive the range.
 template <class Value>
 class ZelJSONElements {
 public:
+    // Borrows the value, of any kind.
     explicit ZelJSONElements(Value& array) noexcept : array_(array) {}
+    // For range-for:
     auto begin() const noexcept {
         return ZelJSON::RangeIterator<ZelJSONElementCursor, Value>(array_);
     }
@@ -132,10 +145,13 @@ private:
     Value& array_;
 };
 
+// The members of an object, which must outlive the range.
 template <class Value>
 class ZelJSONMembers {
 public:
+    // Borrows the value, of any kind.
     explicit ZelJSONMembers(Value& object) noexcept : object_(object) {}
+    // For range-for:
     auto begin() const noexcept {
         return ZelJSON::RangeIterator<ZelJSONMemberCursor, Value>(object_);
     }

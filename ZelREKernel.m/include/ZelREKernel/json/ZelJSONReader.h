@@ -19,6 +19,7 @@
 
 class ZELREKERNEL_EXPORT ZelJSONReader {
 public:
+    // What a token of the text is.
     enum TokenType : std::uint32_t {
         endOfInput = 0,
         objectOpen = 1,
@@ -43,9 +44,10 @@ public:
         const char* end = nullptr;  // behind the last character
     };
 
+    // What is wrong, and where: ZelJSONErrorText tells it to people.
     struct ErrorInfo {
-        Token token;
-        std::string message;
+        Token token;                  // the one that the reader stumbled over
+        std::string message;          // a sentence in English
         const char* extra = nullptr;  // the reader's position when the error was found
     };
 
@@ -62,6 +64,7 @@ public:
     // error, and the list of errors, which earlier calls may have begun, has grown.
     bool Parse(const std::string& document, ZelJSONValue& root);
 
+    // The errors of all parses so far, oldest first.
     const std::deque<ErrorInfo>& GetErrorList() const noexcept { return errors_; }
     // The text that the tokens of error `index` point into; it lives as long as the reader.
     const std::string& GetErrorDocument(std::size_t index) const noexcept;

@@ -8,7 +8,9 @@
 #include <cstdint>
 
 struct ZelJSONSlot {
+    // Which member counts is told by the type; `bits` are all of it.
     union Payload {
+        // A number, or all bits of the word:
         std::uint64_t bits = 0;
         std::int32_t intNumber;
         std::uint32_t uintNumber;
@@ -21,7 +23,7 @@ struct ZelJSONSlot {
         void* container;  // of an array or object; null while it is empty
     };
 
-    Payload payload;
+    Payload payload;         // the value, or what it is kept in
     std::uint32_t aux = 0;   // where a string is kept, and its length if that fits
     std::uint32_t type = 0;  // ZelJSONValue::ValueType
 };

@@ -22,6 +22,7 @@
 
 class ZELREKERNEL_EXPORT ZelJSONValue {
 public:
+    // The kinds of values; the numbers are stable.
     enum ValueType : std::uint32_t {
         nullValue = 0,
         intValue = 1,
@@ -95,6 +96,7 @@ public:
         return (*this)[static_cast<unsigned int>(index)];
     }
 
+    // Exchanges the two; references into either tree stay valid and go along.
     void Swap(ZelJSONValue& other) noexcept {
         const ZelJSONSlot mine = slot_;
         slot_ = other.slot_;
@@ -103,6 +105,8 @@ public:
     // Releases what the value owns. The type stays: assign before further use.
     void Clear() noexcept;
 
+    // The kind, and whether it is a certain one; the six kinds of numbers are not taken for each
+    // other:
     ValueType GetValueType() const noexcept { return static_cast<ValueType>(slot_.type); }
     bool IsNULL() const noexcept { return slot_.type == nullValue; }
     bool IsInt() const noexcept { return slot_.type == intValue; }
@@ -127,7 +131,7 @@ public:
 
     // Conversions truncate as the machine does and check no range. Strings go through the C
     // library's atoi, strtoul, atoll, strtoull and atof. Arrays, objects and nulls are reported and
-    // give false, -1, all bits set, or 0.0. docs/json.md has the table with its oddities.
+    // give false, -1, all bits set, or 0.0. docs/json.md has the table with its oddities:
     bool AsBool() const noexcept;
     int AsInt() const noexcept;
     unsigned int AsUInt() const noexcept;

@@ -24,6 +24,7 @@ public:
     // The whole text, with one line feed at its end.
     virtual std::string Write(const ZelJSONValue& root) = 0;
 
+    // Decimal digits, with a minus where it is due, under any locale; "true" or "false".
     static std::string ValueToString(int value);
     static std::string ValueToString(unsigned int value);
     static std::string ValueToString(std::int64_t value);

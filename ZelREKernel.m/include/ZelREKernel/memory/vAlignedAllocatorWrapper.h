@@ -20,6 +20,7 @@ public:
     // bits that the two have in common: for two different powers of two that is 0, which leaves the
     // alignment to the wrapped allocator.
     void* AllocateImpl(std::uint32_t size, std::uint32_t alignment) override;
+    // Hands the block to the wrapped allocator.
     void FreeImpl(void* p) override;
 
 private:

@@ -24,10 +24,12 @@ struct FreePlace;
 
 class vBestFitAllocator {
 public:
+    // Where an allocation is.
     struct Address {
-        std::uint64_t offset;
-        std::uint64_t page;
+        std::uint64_t offset;  // bytes from the page's beginning
+        std::uint64_t page;    // index from 0; a released page's is used again
 
+        // Whether both mean the same place.
         friend bool operator==(const Address&, const Address&) = default;
     };
 
@@ -40,7 +42,8 @@ public:
 
     class vMemoryManager;
 
-    static constexpr std::uint64_t kFree = ~std::uint64_t{0};
+    static constexpr std::uint64_t kFree = ~std::uint64_t{0};  // the tag of a free block
+    // What Alloc returns when it has nothing.
     static constexpr Address kInvalidAlloc{kFree, kFree};
 
     ZELREKERNEL_EXPORT vBestFitAllocator() noexcept;
@@ -52,6 +55,7 @@ public:
     // std::bad_alloc.
     ZELREKERNEL_EXPORT vBestFitAllocator(const vBestFitAllocator& other);
     ZELREKERNEL_EXPORT vBestFitAllocator(vBestFitAllocator&& other) noexcept;
+    // As the copy and the move; what was managed before is forgotten, and no page is released:
     ZELREKERNEL_EXPORT vBestFitAllocator& operator=(const vBestFitAllocator& other);
     ZELREKERNEL_EXPORT vBestFitAllocator& operator=(vBestFitAllocator&& other) noexcept;
     ZELREKERNEL_EXPORT ~vBestFitAllocator();
@@ -82,15 +86,19 @@ public:
     // offers them for release, until one does not fit or is kept. Returns how many were emptied.
     ZELREKERNEL_EXPORT std::uint64_t FreeupPages();
 
+    // The bytes of all free blocks.
     std::uint64_t GetFreeSize() const noexcept { return freeSize_; }
     // The largest free block, 0 without one.
     ZELREKERNEL_EXPORT std::uint64_t GetMaxFreeSize() const noexcept;
-    // Released pages keep their index and count here.
+    // Pages ever made. Released ones keep their index and count here.
     ZELREKERNEL_EXPORT std::uint64_t GetNumPages() const noexcept;
+    // Without the released ones.
     ZELREKERNEL_EXPORT std::uint64_t GetNumActivePages() const noexcept;
     // The entries of a page's list, the last one included; 0 for a page that does not exist.
     ZELREKERNEL_EXPORT std::uint64_t GetNumBlocks(std::uint64_t page) const noexcept;
+    // In bytes; 0 for a page that does not exist.
     ZELREKERNEL_EXPORT std::uint64_t GetPageSize(std::uint64_t page) const noexcept;
+    // The size of later pages in bytes.
     std::uint64_t GetDefaultPageSize() const noexcept { return pageSize_; }
     // An entry of a page's list, all ones in both fields for one that does not exist. O(log n).
     ZELREKERNEL_EXPORT Block GetBlock(std::uint64_t page, std::uint64_t index) const noexcept;

@@ -25,9 +25,10 @@ public:
         std::uint32_t shift;
     };
 
-    static constexpr std::uint32_t InvalidId = 0xFFFFFFFF;
-    static constexpr std::uint64_t kDefaultSize = std::uint64_t{1} << 30;
+    static constexpr std::uint32_t InvalidId = 0xFFFFFFFF;                 // no identifier
+    static constexpr std::uint64_t kDefaultSize = std::uint64_t{1} << 30;  // identifiers
 
+    // Of kDefaultSize.
     vCoalescentAllocator() : vCoalescentAllocator(kDefaultSize) {}
     // Manages the identifiers below `size`; 0 makes every allocation fail. Throws std::bad_alloc,
     // as do copies. A moved-from allocator is one of size 0.

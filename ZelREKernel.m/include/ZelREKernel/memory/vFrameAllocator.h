@@ -22,6 +22,7 @@ namespace detail {
 
 // A lock that does nothing, for what one thread owns.
 struct ZELREKERNEL_EXPORT vNullMutex {
+    // As std::mutex, without effect:
     void lock() noexcept {}
     void unlock() noexcept {}
     bool try_lock() noexcept { return true; }
@@ -34,8 +35,8 @@ class ZELREKERNEL_EXPORT vFrameAllocatorImpl : public vAllocator {
     static_assert(kBuffers == 1, "only a single set of pages is supported");
 
 public:
-    static constexpr std::uint32_t kPageSize = 4U << 20;
-    static constexpr std::uint32_t kPageAlignment = 128;
+    static constexpr std::uint32_t kPageSize = 4U << 20;  // bytes
+    static constexpr std::uint32_t kPageAlignment = 128;  // bytes
 
     vFrameAllocatorImpl() : vFrameAllocatorImpl(kPageSize, kPageAlignment) {}
     // Blocks are whole pages of `pageSize` bytes, not 0, at a multiple of `alignment`, a power of

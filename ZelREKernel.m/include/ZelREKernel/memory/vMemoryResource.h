@@ -20,6 +20,7 @@ public:
     vMemoryResource(const vMemoryResource&) noexcept = default;
     vMemoryResource& operator=(const vMemoryResource&) noexcept = default;
 
+    // The allocator behind it, which stays borrowed.
     vAllocator* Allocator() const noexcept { return allocator_; }
 
 private:

@@ -20,14 +20,16 @@ public:
     // Where chunks go; `length` may be 0. Called with the name table locked, so it registers no
     // names. Failures are its own affair.
     struct Sink {
+        // Takes `length` bytes of `text`, which go when it returns.
         void (*write)(void* context, const char* text, std::size_t length);
-        void* context;
+        void* context;  // the first argument of `write`, which knows what it is
     };
 
+    // How a file is written; the same for all of it.
     struct Options {
         std::int64_t startTime = 0;  // microseconds, subtracted from every record's timestamp
-        bool isScrambled = false;
-        std::uint32_t key = 0;  // of the scrambling
+        bool isScrambled = false;    // by CypherXOR
+        std::uint32_t key = 0;       // of the scrambling
     };
 
     // The longest chunk that can be scrambled.
@@ -38,8 +40,8 @@ public:
     // Calls the next event the first one of its file.
     static void BeginFile() noexcept;
 
-    // Writes the opening or closing text of a file; scrambled, it is padded with blanks to whole
-    // words.
+    // Write the opening and the closing text of a file; scrambled, it is padded with blanks to
+    // whole words:
     static void WriteOpening(const Sink& sink, const Options& options) noexcept;
     static void WriteClosing(const Sink& sink, const Options& options) noexcept;
 

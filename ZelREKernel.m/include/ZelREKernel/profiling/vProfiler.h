@@ -20,10 +20,11 @@ namespace ZKL {
 
 class ZELREKERNEL_EXPORT vProfiler {
 public:
-    static constexpr std::uint32_t kNone = vTraceRecord::kNone;
+    static constexpr std::uint32_t kNone = vTraceRecord::kNone;  // no name, argument or flow
     // The category of events that name none: "kernel".
     static constexpr std::uint32_t kDefaultCategory = 0;
 
+    // What RecordMetaData names.
     enum EMetaData : std::uint32_t { eProcessName = 0, eThreadName = 1, eThreadSortIndex = 2 };
 
     vProfiler() = delete;
@@ -39,6 +40,7 @@ public:
     static const char* LookUpName(std::uint32_t nameId) noexcept;
     // Keeps other threads from registering names until UnlockNames. Not recursive.
     static void LockNames() noexcept;
+    // On the thread that locked them.
     static void UnlockNames() noexcept;
 
     // Events: recorded while the profiler is on, otherwise nothing happens
@@ -56,7 +58,7 @@ public:
     // A flow is an arrow between slices, often of different threads. Each of these belongs to the
     // innermost open scope of the calling thread. A flow ends as a last step (phase 't'), because a
     // finish record ('f') would be tied to the next slice of the thread instead; a scope that is
-    // known from its beginning to end a flow is better a vProfilerWithFlow.
+    // known from its beginning to end a flow is better a vProfilerWithFlow:
     static void RecordFlowStart(std::uint32_t flowId) noexcept;
     static void RecordFlowStep(std::uint32_t flowId) noexcept;
     static void RecordFlowEnd(std::uint32_t flowId) noexcept;
@@ -83,6 +85,7 @@ public:
     // the flow's start, 't' for a step, 'f' for its end.
     static bool BeginFlowScope(std::uint32_t nameId, std::uint32_t categoryId,
                                std::uint32_t argNameId, std::uint32_t flowId, char phase) noexcept;
+    // Closes the slice; recorded even when the profiler was turned off meanwhile.
     static void EndScope(std::uint32_t nameId, std::uint32_t categoryId) noexcept;
 
     // Queries

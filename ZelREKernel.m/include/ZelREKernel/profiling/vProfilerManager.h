@@ -20,12 +20,13 @@ namespace ZKL {
 
 class ZELREKERNEL_EXPORT vProfilerManager {
 public:
+    // How the text of a trace file is scrambled.
     enum EEncryptionMode : std::uint32_t {
         eEncryptionNone = 0,
         eEncryptionXOR = 1  // with vZeloProfilerUtil::kKey
     };
 
-    // The one instance, made by the first call of either. Throws std::bad_alloc.
+    // The one instance, made by the first call of either. Throws std::bad_alloc:
     static vProfilerManager& CreateInstance();
     static vProfilerManager& GetInstance();
     // Turns the profiler off, flushes what is left if a trace file is open, and closes it. Without
@@ -35,7 +36,7 @@ public:
     vProfilerManager(const vProfilerManager&) = delete;
     vProfilerManager& operator=(const vProfilerManager&) = delete;
 
-    // Takes effect for scopes and events that begin after it; open scopes still record their ends.
+    // Take effect for scopes and events that begin after it; open scopes still record their ends:
     void TurnOn() noexcept;
     void TurnOff() noexcept;
 

@@ -18,6 +18,7 @@ namespace ZKL {
 
 class vProfilerWithFlow {
 public:
+    // Which end of the flow the slice is; the values are phases of the trace format.
     enum EFlow : char { eFlowStart = 's', eFlowStep = 't', eFlowEnd = 'f' };
 
     // Carries flow `flowId`, shown as the slice's argument `argNameId`. With kNone for the flow a

@@ -19,6 +19,7 @@ namespace ZKL {
 
 class vScopedProfiler {
 public:
+    // A slice named by a handle of vProfiler::RegisterName, without an argument.
     explicit vScopedProfiler(std::uint32_t nameId,
                              std::uint32_t categoryId = vProfiler::kDefaultCategory) noexcept
         : nameId_(nameId),
@@ -37,6 +38,7 @@ public:
                   vProfiler::BeginScope(nameId, categoryId, argNameId, vTraceRecord::eArgText,
                                         {.text = text})) {}
 
+    // With a number as argument, under the name `argNameId`.
     vScopedProfiler(std::uint32_t nameId, std::uint32_t argNameId, std::uint32_t number,
                     std::uint32_t categoryId = vProfiler::kDefaultCategory) noexcept
         : nameId_(nameId),

@@ -13,6 +13,7 @@ struct vTraceRecord {
     // No category, no argument name, no flow; also the handle of no name.
     static constexpr std::uint32_t kNone = 0xFFFFFFFFu;
 
+    // Which member of `value` counts.
     enum EArgKind : std::uint32_t {
         eArgText = 0,
         eArgNumber = 1,
@@ -20,21 +21,22 @@ struct vTraceRecord {
         eArgNone = 2
     };
 
+    // The argument.
     union Value {
-        const char* text;  // zero-terminated; not owned, must live until the record is written
-        std::uint32_t number;
+        const char* text;      // zero-terminated; not owned, must live until the record is written
+        std::uint32_t number;  // written as decimal digits
     };
 
-    std::uint32_t categoryId = kNone;
-    std::uint32_t nameId = kNone;
-    std::uint32_t argNameId = kNone;
-    Value value = {nullptr};
-    std::int64_t timestamp = 0;  // whole microseconds
-    std::uint32_t pid = 0;
-    std::uint32_t tid = 0;  // the profiler's own index of the thread
-    std::uint32_t flowId = kNone;
-    std::uint32_t argKind = eArgNone;
-    char phase = 'i';
+    std::uint32_t categoryId = kNone;  // handles of vProfiler::RegisterName, these three
+    std::uint32_t nameId = kNone;      // kNone: the event has no name
+    std::uint32_t argNameId = kNone;   // kNone: a text is a whole JSON object
+    Value value = {nullptr};           // the argument, as argKind says
+    std::int64_t timestamp = 0;        // whole microseconds
+    std::uint32_t pid = 0;             // the event's process field; metadata keeps its value here
+    std::uint32_t tid = 0;             // the profiler's own index of the thread
+    std::uint32_t flowId = kNone;      // the flow that the event belongs to
+    std::uint32_t argKind = eArgNone;  // an EArgKind
+    char phase = 'i';                  // of the trace event format, such as 'B', 'E', 's'
 };
 
 static_assert(sizeof(vTraceRecord) == 56);

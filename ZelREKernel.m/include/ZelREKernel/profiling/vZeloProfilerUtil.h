@@ -13,7 +13,7 @@ namespace ZKL {
 
 class ZELREKERNEL_EXPORT vZeloProfilerUtil {
 public:
-    static constexpr std::uint32_t kKey = 0x5A17C3E4u;
+    static constexpr std::uint32_t kKey = 0x5A17C3E4u;  // of scrambled trace files
 
     // vCryptoTools::CypherXOR with kKey over the first `length` bytes, in place. O(length).
     static void Encrypt(char* buffer, std::uint64_t length) noexcept;

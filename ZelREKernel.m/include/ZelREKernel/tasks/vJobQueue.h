@@ -18,6 +18,7 @@ public:
     vJobQueue& operator=(const vJobQueue&) = delete;
     ~vJobQueue() { DestroyAll(); }
 
+    // Adds the job, not null, behind the others.
     void PushBack(vJobHandle&& job) noexcept {
         vPooledTask* const added = job.release();
         added->next_ = nullptr;
@@ -29,6 +30,7 @@ public:
         tail_ = added;
     }
 
+    // Adds the job, not null, before the others.
     void PushFront(vJobHandle&& job) noexcept {
         vPooledTask* const added = job.release();
         added->next_ = Head();

@@ -17,6 +17,7 @@ namespace vTaskDetail {
 // Copies below this are left to one core, and it is the grain of larger ones.
 inline constexpr std::size_t kParallelCopyBytes = 0x800000;
 
+// ParallelMemCpy for `n` of that size and more; without memory for tasks one core copies all.
 ZELREKERNEL_EXPORT void CopyInParallel(void* dst, const void* src, std::size_t n) noexcept;
 
 }  // namespace vTaskDetail

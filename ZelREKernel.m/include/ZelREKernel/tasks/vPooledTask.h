@@ -29,9 +29,11 @@ class vWorkerPool;
 // The deleter of a job handle. Letting go of the node may complete it on this thread, and so launch
 // the nodes that depend on it. Ends the process if the pool cannot take the record back.
 struct ZELREKERNEL_EXPORT vTaskAllocator {
+    // Destroys the job and gives its record back; not null.
     void operator()(vPooledTask* job) const noexcept;
 };
 
+// The owner of a job; null when it was handed on.
 using vJobHandle = std::unique_ptr<vPooledTask, vTaskAllocator>;
 
 }  // namespace vTaskDetail
@@ -53,6 +55,7 @@ public:
     template <typename F>
     static vJobHandle Create(F&& callable);
 
+    // A job that is in no pool, for tests and members; CreateNode makes pooled ones.
     explicit vPooledTask(std::function<void()>&& fn) noexcept : function_(std::move(fn)) {}
     // Copies and moves concern the function alone: node and pool stay with the object.
     vPooledTask(const vPooledTask& other) : function_(other.function_) {}
@@ -65,6 +68,7 @@ public:
         function_ = std::move(other.function_);
         return *this;
     }
+    // Replaces the function; node and pool stay.
     vPooledTask& operator=(std::function<void()>&& fn) noexcept {
         function_ = std::move(fn);
         return *this;
@@ -76,6 +80,7 @@ public:
     // Destroys the function, then lets go of the node that waits for this job.
     void Reset() noexcept;
 
+    // Whether there is a function to call.
     explicit operator bool() const noexcept { return static_cast<bool>(function_); }
 
 private:
@@ -106,7 +111,7 @@ private:
 
 static_assert(sizeof(vPooledTask) <= kTaskRecordSize);
 
-// One record of the job pool for a callable. TakeCallableRecord throws as vPooledTask::CreateNode.
+// One record of the job pool for a callable. TakeCallableRecord throws as vPooledTask::CreateNode:
 ZELREKERNEL_EXPORT void* TakeCallableRecord();
 ZELREKERNEL_EXPORT void GiveCallableRecord(void* record) noexcept;
 
@@ -114,9 +119,11 @@ ZELREKERNEL_EXPORT void GiveCallableRecord(void* record) noexcept;
 // standard library makes such a callable with a plain new-expression, which finds these operators.
 template <typename F>
 struct vPooledCallable {
-    F callable;
+    F callable;  // what the job calls
 
+    // Calls it.
     void operator()() { callable(); }
+    // A record of the pool, and back into it:
     static void* operator new(std::size_t) { return TakeCallableRecord(); }
     static void operator delete(void* record) noexcept { GiveCallableRecord(record); }
 };

@@ -31,6 +31,7 @@ public:
     // The same with the default time-out.
     int Wait();
 
+    // Whether there is something to wait for.
     explicit operator bool() const noexcept { return synchro_ != nullptr; }
 
 private:

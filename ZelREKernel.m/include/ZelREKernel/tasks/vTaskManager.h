@@ -15,6 +15,7 @@
 
 #include "ZelREKernel/ZelREKernelExport.h"
 
+// The slots; the engine gives each its use.
 enum EAsyncTaskID : unsigned int {
     eAsyncTask0,
     eAsyncTask1,
@@ -26,7 +27,7 @@ enum EAsyncTaskID : unsigned int {
 
 class ZELREKERNEL_EXPORT vTaskManager {
 public:
-    static constexpr unsigned int kSlots = 6;
+    static constexpr unsigned int kSlots = 6;  // eAsyncTask0 to eAsyncTask5
 
     // Makes the instance with its slots empty; true also when it is there already. It belongs to
     // this library, which destroys it when it is unloaded.
@@ -59,7 +60,8 @@ public:
     // of the exceptions is thrown again here. An id that is no slot goes to the assertion sink.
     void WaitTask(EAsyncTaskID id, unsigned int flowId);
 
-    // Counts of GetCPUInfos: physical cores, logical processors, logical processors again.
+    // Counts of GetCPUInfos, 0 without a survey: physical cores, logical processors, and logical
+    // processors again:
     static unsigned int GetNbCore();
     static unsigned int GetNbLogicalCore();
     static unsigned int GetThreadPoolSize();

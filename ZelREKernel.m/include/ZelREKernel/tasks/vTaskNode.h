@@ -36,9 +36,10 @@ struct vSmallVectorHeap<std::pair<vTaskDetail::vJobHandle, vWorkerThread*>>
 
 class ZELREKERNEL_EXPORT vTaskNode {
 public:
-    using JobHandle = vTaskDetail::vJobHandle;
-    using NodeHandle = vTaskDetail::RefPtr<vTaskNode>;
+    using JobHandle = vTaskDetail::vJobHandle;          // owns a job
+    using NodeHandle = vTaskDetail::RefPtr<vTaskNode>;  // holds one reference
 
+    // Where in its life a node is; docs/tasks.md draws it.
     enum EState : std::uint32_t {
         Idle = 0,                // waits for references and predecessors to drop
         Launched = 1,            // jobs handed out; deleted when the count is zero again
@@ -77,6 +78,7 @@ public:
     // `next`, which may be null, is released when this node is deleted.
     void AddDependentTask(vTaskNode* next);
 
+    // Takes a reference beside one that the caller holds.
     void AddRef() noexcept { count_.fetch_add(1, std::memory_order_relaxed); }
     // Drops a reference. The last one launches, deletes or signals on this thread, and so do the
     // releases that follow from it. Passes on the first exception of a job that it runs directly
@@ -100,9 +102,11 @@ public:
     // Kept for callers that name their nodes; the name is not stored.
     void SetName(const char* name) noexcept;
 
+    // For those who debug: another thread may change either at once.
     EState State() const noexcept {
         return static_cast<EState>(state_.load(std::memory_order_acquire));
     }
+    // Handles, predecessors, jobs and the guard.
     std::uint32_t ReferenceCount() const noexcept { return count_.load(std::memory_order_relaxed); }
 
 private:

@@ -9,8 +9,8 @@
 
 namespace ZKL::vTaskDetail {
 
-inline constexpr std::size_t kTaskRecordSize = 80;
-inline constexpr std::size_t kTaskRecordAlignment = 16;
+inline constexpr std::size_t kTaskRecordSize = 80;       // bytes
+inline constexpr std::size_t kTaskRecordAlignment = 16;  // bytes
 
 // Fetches both cache lines of a record for writing, from any thread. Null is fine.
 inline void PrefetchTaskRecord(const void* record) noexcept {
@@ -23,6 +23,7 @@ inline void PrefetchTaskRecord(const void* record) noexcept {
 // makes many for another thread to free is the worst that can happen to a general heap. Take throws
 // std::bad_alloc or returns null when there is no memory; Give is told the size that was asked for.
 struct ZELREKERNEL_EXPORT vTaskListHeap {
+    // For vSmallVectorHeap, any thread:
     static void* Take(std::size_t size);
     static void Give(void* array, std::size_t size) noexcept;
 };

@@ -10,6 +10,7 @@
 
 namespace ZKL::vTaskDetail {
 
+// `T` counts its references by AddRef and Release.
 template <typename T>
 class RefPtr {
 public:
@@ -44,6 +45,7 @@ public:
     // Gives the reference to the caller, who releases it.
     [[nodiscard]] T* Detach() noexcept { return std::exchange(node_, nullptr); }
 
+    // The node; null when there is none, and then not to be followed:
     T* Get() const noexcept { return node_; }
     T* operator->() const noexcept { return node_; }
     T& operator*() const noexcept { return *node_; }

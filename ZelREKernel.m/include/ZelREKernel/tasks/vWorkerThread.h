@@ -31,7 +31,7 @@ class vWorkerPool;
 
 class ZELREKERNEL_EXPORT vWorkerThread {
 public:
-    using JobHandle = vTaskDetail::vJobHandle;
+    using JobHandle = vTaskDetail::vJobHandle;  // owns a job
 
     // Idle: jobs wait until RunSingle or RunPool. Throws what CreateMekEvent throws.
     vWorkerThread();
@@ -65,9 +65,10 @@ public:
     // With one thread: waits until every job posted before has run. With a pool: until a job posted
     // now has run. Must not be called by a job of this worker.
     void WaitForPendingTasks();
+    // Whether this is the dedicated thread; false on the threads of a pool.
     bool IsInThread() const noexcept;
 
-    // Kept for callers that switch to running jobs by hand; they do nothing.
+    // Kept for callers that switch to running jobs by hand; they do nothing:
     void SetManualRun() noexcept;
     void ManualRun() noexcept;
 
