@@ -4,7 +4,7 @@ text, one behind it on the same line too, and the opening comment is that of the
 is named after, or of the file. Neighbouring overloads share the comment above the first of them, and
 a comment that ends with a colon is for all declarations below it, up to an empty line or the next
 comment. Without a comment of their own, destructors, copies and moves are what the language makes of
-them, and are left out.
+them, and are left out, as is what is deleted.
 
 Lines keep their numbers, so that a warning points to the right one."""
 
@@ -104,10 +104,12 @@ class Filter:
         if trailing:
             text = f"{trailing.group(1)}  ///< {trailing.group(2)}"
         elif begins and not self.comment:
-            if self.shared and (name == self.shared[0] or self.shared[1][-1].endswith(":")):
-                self.comment = self.shared[1]
+            deleted = line.rstrip().endswith("= delete;")
+            shared = not deleted and self.shared
+            if shared and (name == shared[0] or shared[1][-1].endswith(":")):
+                self.comment = shared[1]
                 text = f"/** {' '.join(self.comment)} */ {line.strip()}"
-            elif SPECIAL.match(line):
+            elif deleted or SPECIAL.match(line):
                 text = f"/** \\cond */ {line.strip()}"
                 self.hidden = True
         if begins:
