@@ -9,12 +9,6 @@ void ChunkPool::Give(void* piece) noexcept {
     ++spares_;
 }
 
-void ChunkPool::Trim(std::size_t keep) noexcept {
-    while (spares_ > keep) {
-        Delete(Take());
-    }
-}
-
 void ChunkPool::Delete(void* piece) noexcept {
     ::operator delete(piece);
 }

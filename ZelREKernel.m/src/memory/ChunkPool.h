@@ -29,7 +29,11 @@ public:
     }
     void Give(void* piece) noexcept;
     // Gives memory back until at most `keep` pieces are spare.
-    void Trim(std::size_t keep) noexcept;
+    void Trim(std::size_t keep) noexcept {
+        while (spares_ > keep) {
+            Delete(Take());
+        }
+    }
 
     static void Delete(void* piece) noexcept;
 

@@ -5,27 +5,29 @@
 namespace ZKL {
 
 std::uint64_t FreeIndex::Largest() const {
-    return count_ != 0 ? lists_[Highest()].Last().size : 0;
+    if (!unsorted_.empty()) {
+        return unsorted_.back().size;
+    }
+    return count_ != 0 ? Unpack(lists_[Highest()].Last(), Highest()).size : 0;
 }
 
 bool FreeIndex::LowerBound(std::uint64_t size, FreePlace& place) const {
-    const FreeBlock low{size, 0, 0};
     place.sizeClass = ClassOf(size);
-    if (lists_[place.sizeClass].LowerBound(low, place.at)) {
+    if (lists_[place.sizeClass].LowerBound(Pack({size, 0, 0}, place.sizeClass), place.at)) {
         return true;
     }
     place.sizeClass = NextUsed(place.sizeClass + 1);
-    return place.sizeClass < kClasses && lists_[place.sizeClass].LowerBound(low, place.at);
+    return place.sizeClass < kClasses && lists_[place.sizeClass].LowerBound({0, 0, 0}, place.at);
 }
 
 bool FreeIndex::Find(const FreeBlock& block, FreePlace& place) const {
     place.sizeClass = ClassOf(block.size);
-    return lists_[place.sizeClass].Find(block, place.at);
+    return lists_[place.sizeClass].Find(Pack(block, place.sizeClass), place.at);
 }
 
 void FreeIndex::Insert(const FreeBlock& block, ChunkPool& pool) {
     const std::uint32_t sizeClass = ClassOf(block.size);
-    lists_[sizeClass].Insert(block, pool);
+    lists_[sizeClass].Insert(Pack(block, sizeClass), pool);
     Mark(sizeClass);
     ++count_;
 }
@@ -41,7 +43,7 @@ void FreeIndex::Erase(FreePlace& place, ChunkPool& pool) {
 
 void FreeIndex::Replace(FreePlace& place, const FreeBlock& block, ChunkPool& pool) {
     if (ClassOf(block.size) != place.sizeClass ||
-        !lists_[place.sizeClass].Replace(place.at, block)) {
+        !lists_[place.sizeClass].Replace(place.at, Pack(block, place.sizeClass))) {
         Erase(place, pool);
         Insert(block, pool);
     }
@@ -53,23 +55,27 @@ void FreeIndex::Clear(ChunkPool& pool) {
     }
     used_ = {};
     count_ = 0;
+    unsorted_.clear();
 }
 
 bool FreeIndex::Load(const std::vector<FreeBlock>& blocks, ChunkPool& pool) {
-    const bool sorted = std::is_sorted(blocks.begin(), blocks.end());
+    count_ = blocks.size();
+    if (!std::is_sorted(blocks.begin(), blocks.end())) {
+        unsorted_ = blocks;
+        return true;
+    }
+    std::vector<Entry> entries;
     for (auto from = blocks.begin(); from != blocks.end();) {
-        const std::uint32_t sizeClass = sorted ? ClassOf(from->size) : 0;
-        const auto to = std::find_if(from, blocks.end(), [&](const FreeBlock& block) {
-            return sorted && ClassOf(block.size) != sizeClass;
-        });
-        const auto n = static_cast<std::uint64_t>(to - from);
-        if (!pool.Reserve(List::NodesFor(n))) {
+        const std::uint32_t sizeClass = ClassOf(from->size);
+        entries.clear();
+        for (; from != blocks.end() && ClassOf(from->size) == sizeClass; ++from) {
+            entries.push_back(Pack(*from, sizeClass));
+        }
+        if (!pool.Reserve(List::NodesFor(entries.size()))) {
             return false;
         }
-        lists_[sizeClass].Build(from, n, pool);
+        lists_[sizeClass].Build(entries.begin(), entries.size(), pool);
         Mark(sizeClass);
-        count_ += n;
-        from = to;
     }
     return true;
 }

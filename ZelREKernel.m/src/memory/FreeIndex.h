@@ -3,12 +3,17 @@
 // The free blocks of all pages, sorted by (size, page, offset). It is stored as one list for each
 // class of sizes, sixteen classes to each power of two, so that the way to a size is a shift and a
 // short list. One thread at a time.
+//
+// Many blocks have equal sizes: what is left over after a best fit is a few bytes. So an entry does
+// not hold its size but a rank: what the class leaves open of the size, followed by as much of page
+// and offset as there is room for. A search that compares nothing but ranks ends at the entry.
 
-#include <immintrin.h>
-
+#include <algorithm>
 #include <array>
 #include <bit>
+#include <compare>
 #include <cstdint>
+#include <tuple>
 #include <vector>
 
 #include "memory/SortedChunks.h"
@@ -21,15 +26,8 @@ struct FreeBlock {
     std::uint64_t page;
 
     friend bool operator==(const FreeBlock&, const FreeBlock&) = default;
-    // The borrow of a subtraction of the three as one long number: no branch, which a search would
-    // guess wrong half of the time.
-    friend bool operator<(const FreeBlock& a, const FreeBlock& b) {
-        unsigned long long offset;
-        unsigned long long page;
-        unsigned long long size;
-        unsigned char borrow = _subborrow_u64(0, a.offset, b.offset, &offset);
-        borrow = _subborrow_u64(borrow, a.page, b.page, &page);
-        return _subborrow_u64(borrow, a.size, b.size, &size) != 0;
+    friend auto operator<=>(const FreeBlock& a, const FreeBlock& b) {
+        return std::tie(a.size, a.page, a.offset) <=> std::tie(b.size, b.page, b.offset);
     }
 };
 
@@ -37,14 +35,21 @@ struct FreePlace;
 
 class FreeIndex {
 public:
-    struct BySize {
-        using Entry = FreeBlock;
-        using Key = FreeBlock;
-        static const Key& KeyOf(const FreeBlock& block) { return block; }
-        static bool Less(const Key& a, const Key& b) { return a < b; }
-        static std::uint64_t Rank(const FreeBlock& block) { return block.size; }
+    struct Entry {
+        std::uint64_t rank;
+        std::uint64_t page;
+        std::uint64_t offset;
+
+        friend auto operator<=>(const Entry&, const Entry&) = default;
     };
-    using List = SortedChunks<BySize>;
+    struct ByRank {
+        using Entry = FreeIndex::Entry;
+        using Key = Entry;
+        static const Key& KeyOf(const Entry& entry) { return entry; }
+        static bool Less(const Key& a, const Key& b) { return a < b; }
+        static std::uint64_t Rank(const Entry& entry) { return entry.rank; }
+    };
+    using List = SortedChunks<ByRank>;
 
     std::uint64_t Count() const { return count_; }
     // The largest size, 0 without an entry.
@@ -55,6 +60,7 @@ public:
     // The first entry of at least `size`; false without one.
     bool LowerBound(std::uint64_t size, FreePlace& place) const;
     bool Find(const FreeBlock& block, FreePlace& place) const;
+    static FreeBlock At(const FreePlace& place);
 
     // How many pieces of the pool an insertion of that size takes at most.
     std::size_t NodesToInsert(std::uint64_t size) const {
@@ -66,16 +72,19 @@ public:
     void Replace(FreePlace& place, const FreeBlock& block, ChunkPool& pool);
     void Clear(ChunkPool& pool);
 
-    // Fills an empty index. Entries out of order are kept as they stand, in one list; nothing but
-    // ForEach, Count and Largest makes sense then. False without memory.
+    // Fills an empty index. Blocks out of order are kept as they stand; nothing but ForEach, Count
+    // and Largest makes sense then. False, or std::bad_alloc, without memory.
     bool Load(const std::vector<FreeBlock>& blocks, ChunkPool& pool);
 
     template <class Action>
     void ForEach(const Action& action) const {
-        for (const List& list : lists_) {
-            for (const FreeBlock& block : list) {
-                action(block);
+        for (std::uint32_t i = NextUsed(0); i < kClasses; i = NextUsed(i + 1)) {
+            for (const Entry& entry : lists_[i]) {
+                action(Unpack(entry, i));
             }
+        }
+        for (const FreeBlock& block : unsorted_) {
+            action(block);
         }
     }
 
@@ -92,6 +101,12 @@ private:
         const auto step = static_cast<std::uint32_t>(size >> (exponent - kShift)) % kSteps;
         return (exponent - kShift + 1) * kSteps + step;
     }
+    // How many low bits of the size a class leaves open.
+    static std::uint32_t OpenBits(std::uint32_t sizeClass) {
+        return std::max(sizeClass / kSteps, 1U) - 1;
+    }
+    static Entry Pack(const FreeBlock& block, std::uint32_t sizeClass);
+    static FreeBlock Unpack(const Entry& entry, std::uint32_t sizeClass);
     // The first class from `from` on that has an entry, kClasses without one.
     std::uint32_t NextUsed(std::uint32_t from) const;
     std::uint32_t Highest() const;
@@ -101,14 +116,37 @@ private:
     std::array<std::uint64_t, (kClasses + 63) / 64>
         used_{};  // a bit for each list that has entries
     std::uint64_t count_ = 0;
+    std::vector<FreeBlock> unsorted_;
 };
 
 // Where an entry of the free index is.
 struct FreePlace {
     std::uint32_t sizeClass = 0;
     FreeIndex::List::Place at;
-
-    FreeBlock& operator*() const { return *at; }
 };
+
+inline FreeIndex::Entry FreeIndex::Pack(const FreeBlock& block, std::uint32_t sizeClass) {
+    const std::uint32_t room = 64 - OpenBits(sizeClass);  // for page and offset, at least 5
+    const std::uint32_t pageBits = std::min(room, 20U);
+    const std::uint32_t offsetBits = room - pageBits;
+    // What does not fit comes last; the other fields decide there.
+    const std::uint64_t most = (std::uint64_t{1} << offsetBits) - 1;
+    const std::uint64_t last = ~std::uint64_t{0} >> (64 - room);
+    const std::uint64_t place = block.page >> pageBits != 0
+                                    ? last
+                                    : block.page << offsetBits | std::min(block.offset, most);
+    const std::uint64_t size = block.size << (room - 1) << 1;  // 64 bits are one too many at once
+    return {size | place, block.page, block.offset};
+}
+
+inline FreeBlock FreeIndex::Unpack(const Entry& entry, std::uint32_t sizeClass) {
+    const std::uint32_t open = OpenBits(sizeClass);
+    const std::uint64_t first = sizeClass < kSteps ? sizeClass : kSteps + sizeClass % kSteps;
+    return {first << open | (entry.rank >> (63 - open) >> 1), entry.offset, entry.page};
+}
+
+inline FreeBlock FreeIndex::At(const FreePlace& place) {
+    return Unpack(*place.at, place.sizeClass);
+}
 
 }  // namespace ZKL

@@ -11,6 +11,8 @@
 // Bayer and McCreight, "Organization and Maintenance of Large Ordered Indices" (1972); removal
 // joins neighbours when both are thin and never borrows.
 
+#include <emmintrin.h>
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -31,6 +33,7 @@ public:
 
 private:
     static constexpr std::uint32_t kStride = 8;  // of the search within a node
+    static constexpr std::uint32_t kStep = 4;    // entries that are shifted at a time
 
     struct Node {
         std::uint32_t count;  // of entries or children
@@ -38,10 +41,12 @@ private:
     };
     struct Leaf : Node {
         static constexpr std::uint32_t kMost =
-            (ChunkPool::kBytes - sizeof(Node) - 16) / sizeof(Entry) / kStride * kStride;
+            ((ChunkPool::kBytes - sizeof(Node) - 16) / sizeof(Entry) - 2 * kStep) / kStride *
+            kStride;
         Leaf* previous;
         Leaf* next;
-        Entry entries[kMost];
+        // All ones from the last entry on. Behind kMost is what a shift may touch.
+        Entry entries[kMost + 2 * kStep];
     };
     struct Inner : Node {
         static constexpr std::uint32_t kMost =
@@ -291,7 +296,7 @@ private:
         Leaf* const leaf = new (pool.Take()) Leaf;
         leaf->count = leaf->level = 0;
         leaf->previous = leaf->next = nullptr;
-        Pad(leaf->entries, 0, Leaf::kMost);
+        Pad(leaf->entries, 0, Leaf::kMost + 2 * kStep);
         return leaf;
     }
     static Inner* MakeInner(std::uint32_t level, ChunkPool& pool) {
@@ -338,34 +343,29 @@ private:
     }
 
     // How many of `n` sorted items the predicate holds for, which is so for those that rank below
-    // `rank`. It looks at every eighth item and then at the eight between two of those: more
-    // comparisons than a binary search, but no branch that is guessed wrong half of the time, and
-    // the cache lines are fetched beside each other. Behind the n-th item, up to kRoom, there is
-    // padding.
+    // `rank` and not for those above it. It looks at every eighth item and then at the eight
+    // between two of those: more comparisons than a binary search, but no branch that is guessed
+    // wrong half of the time, and the cache lines are fetched beside each other. Behind the n-th
+    // item, up to kRoom, there is padding.
     template <std::uint32_t kRoom, class Item, class Predicate>
     static std::uint32_t CountWhile(std::uint64_t rank, const Item* items, std::uint32_t n,
                                     Predicate holds) {
         static_assert(kRoom % kStride == 0);
         std::uint32_t count = 0;
-        if (n > kStride) {
 #pragma GCC unroll 8
-            for (std::uint32_t i = kStride - 1; i < kRoom; i += kStride) {
-                count += Order::Rank(items[i]) < rank ? 1U : 0U;
-            }
-            count *= kStride;
-            // Only among equal ranks.
-            while (count + kStride <= n && holds(items[count + kStride - 1])) {
-                count += kStride;
-            }
+        for (std::uint32_t i = kStride - 1; i + 1 < kRoom; i += kStride) {
+            count += Order::Rank(items[i]) < rank ? kStride : 0U;
         }
-        if (count < n) {
-            const Item* const rest = items + count;
+        const Item* const rest = items + count;
 #pragma GCC unroll 8
-            for (std::uint32_t i = 0; i < kStride; ++i) {
-                count += holds(rest[i]) ? 1U : 0U;
-            }
+        for (std::uint32_t i = 0; i < kStride; ++i) {
+            count += Order::Rank(rest[i]) < rank ? 1U : 0U;
         }
-        return std::min(count, n);
+        if (count < n && holds(items[count])) {  // an equal rank
+            return static_cast<std::uint32_t>(
+                std::partition_point(items + count + 1, items + n, holds) - items);
+        }
+        return count;
     }
 
     void Descend(const Key& key, Place& place) const {
@@ -419,9 +419,31 @@ private:
         AddSibling(place, place.depth_, Order::KeyOf(right->entries[0]), right, pool);
     }
     static void PutEntry(Leaf& leaf, std::uint32_t at, const Entry& entry) {
-        MoveItems(leaf.entries + at + 1, leaf.entries + at, leaf.count - at);
+        for (std::uint32_t steps = (leaf.count - at + kStep - 1) / kStep; steps-- != 0;) {
+            Entry* const from = leaf.entries + at + steps * kStep;
+            CopyStep<true>(from + 1, from);
+        }
         leaf.entries[at] = entry;
         ++leaf.count;
+    }
+    // Removes up to four entries. The padding moves up behind the others.
+    static void DropEntries(Leaf& leaf, std::uint32_t at, std::uint32_t count) {
+        for (std::uint32_t i = at; i < leaf.count; i += kStep) {
+            CopyStep<false>(leaf.entries + i, leaf.entries + i + count);
+        }
+        leaf.count -= count;
+    }
+    // Copies four entries to a place up to four away; kUp says to which side. It takes the caller
+    // less than a memmove does, which guesses at the size.
+    template <bool kUp>
+    static void CopyStep(Entry* to, const Entry* from) {
+        constexpr std::size_t kPieces = kStep * sizeof(Entry) / sizeof(__m128i);
+#pragma GCC unroll 8
+        for (std::size_t i = 0; i < kPieces; ++i) {
+            const std::size_t piece = kUp ? kPieces - 1 - i : i;
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(to) + piece,
+                             _mm_loadu_si128(reinterpret_cast<const __m128i*>(from) + piece));
+        }
     }
 
     // Hangs `right` behind the node that it was split from, `depth` steps down the path. The totals
@@ -524,10 +546,11 @@ private:
 
     void EraseInLeaf(Place& place, std::uint32_t count, ChunkPool& pool) {
         Leaf& leaf = *place.leaf_;
-        const std::uint32_t behind = place.at_ + count;
-        MoveItems(leaf.entries + place.at_, leaf.entries + behind, leaf.count - behind);
-        leaf.count -= count;
-        Pad(leaf.entries, leaf.count, leaf.count + count);
+        for (std::uint32_t left = count; left != 0;) {
+            const std::uint32_t some = std::min(left, kStep);
+            DropEntries(leaf, place.at_, some);
+            left -= some;
+        }
         for (std::uint32_t d = 0; d < place.depth_; ++d) {
             place.path_[d].node->totals[place.path_[d].child] -= count;
         }

@@ -67,7 +67,7 @@ vBestFitAllocator::Address vBestFitAllocator::Alloc(std::uint64_t size, std::uin
     if (!FindRoom(size, allowDefragment, place)) {
         return kInvalidAlloc;
     }
-    const FreeBlock block = *place;
+    const FreeBlock block = FreeIndex::At(place);
     if (!ReserveNodes(pages_[block.page].blocks.Levels() + 1 +
                       freeBlocks_->NodesToInsert(block.size - size))) {
         return kInvalidAlloc;
@@ -274,7 +274,7 @@ bool vBestFitAllocator::FreeLookup(const FreeBlock& block, FreePlace& place) con
 // Takes `amount` bytes from the front of a free entry. Where the rest begins, all ones without one.
 std::uint64_t vBestFitAllocator::RegisterFree(FreeIndex& index, FreePlace& place,
                                               std::uint64_t amount) {
-    const FreeBlock& block = *place;
+    const FreeBlock block = FreeIndex::At(place);
     if (block.size == amount) {
         index.Erase(place, *pool_);
         return kFree;

@@ -138,7 +138,7 @@ bool vBestFitAllocator::PlanMoves(std::uint64_t victim, const std::vector<Block>
         if (!index.LowerBound(size, place)) {
             return false;
         }
-        const FreeBlock block = *place;
+        const FreeBlock block = FreeIndex::At(place);
         if (!pool_->Reserve(index.NodesToInsert(block.size - size))) {
             return false;
         }

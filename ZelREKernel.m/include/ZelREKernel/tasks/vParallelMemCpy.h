@@ -27,7 +27,7 @@ ZELREKERNEL_EXPORT void CopyInParallel(void* dst, const void* src, std::size_t n
 // all at other work, the caller waits for one to be done with it. In line, so that a small copy
 // costs what memcpy costs.
 inline void ParallelMemCpy(void* dst, const void* src, std::size_t n) {
-    if (n < vTaskDetail::kParallelCopyBytes) {
+    if (n < vTaskDetail::kParallelCopyBytes) [[likely]] {
         std::memcpy(dst, src, n);
     } else {
         vTaskDetail::CopyInParallel(dst, src, n);
