@@ -1,7 +1,11 @@
 #include "Commands.h"
 
+#include <algorithm>
+#include <string_view>
+
 #include "Faults.h"
 #include "Flows.h"
+#include "JsonSyntax.h"
 #include "Report.h"
 #include "Table.h"
 #include "Tables.h"
@@ -52,6 +56,21 @@ Result Unusable(const std::string& error) {
     return {.status = kUnusable, .output = "", .news = "zkl-trace: " + error + "\n"};
 }
 
+// The library's reader may take what a viewer refuses.
+void CheckSyntax(const std::string& text, Faults& faults) {
+    const std::size_t place = FindSyntaxError(text);
+    if (place == std::string::npos) {
+        return;
+    }
+    faults.Add([&] {
+        const std::string_view before = std::string_view(text).substr(0, place);
+        const auto lines = std::count(before.begin(), before.end(), '\n');
+        return "line " + std::to_string(lines + 1) + ", byte " +
+               std::to_string(place - (before.rfind('\n') + 1) + 1) +
+               ": no JSON to the letter; viewers may refuse the trace";
+    });
+}
+
 Result Check(const Options& options) {
     Source source(options.limit);
     TextKind kind = TextKind::Neither;
@@ -59,6 +78,7 @@ Result Check(const Options& options) {
     if (!ReadText(path, source, kind)) {
         return Unusable(source.error);
     }
+    CheckSyntax(source.text, source.faults);
     Result result;
     if (!Parse(path, source)) {
         result.output = source.error + "\n";
