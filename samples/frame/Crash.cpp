@@ -51,6 +51,7 @@ constexpr struct {
               {"stack-overflow", [] { g_zero = Deeper(&g_zero); }},
               {"abort", [] { std::abort(); }},
               {"division", [] { g_zero = 100 / g_zero; }},
+              {"trap", [] { __asm__ volatile("int3"); }},
               {"heap-corruption", &CorruptHeap}};
 
 // The newest dump in `folder` that is not older than `start`; empty without one.
@@ -75,7 +76,7 @@ int Fail(const std::string& line) {
 }  // namespace
 
 const char* const kCrashKinds =
-    "null-write, bad-jump, stack-overflow, abort, division or heap-corruption";
+    "null-write, bad-jump, stack-overflow, abort, division, trap or heap-corruption";
 
 bool IsCrashKind(std::string_view kind) {
     for (const auto& each : kKinds) {

@@ -210,7 +210,7 @@ kernel's task graph, and leaves the picture, a trace and a summary in the output
   --cvars         lists the control variables and renders nothing
   --crash KIND    crashes a second process of this program in the middle of its frames, and says
                   where its dump and report are: null-write, bad-jump, stack-overflow, abort,
-                  division or heap-corruption
+                  division, trap or heap-corruption
   --settings FILE a JSON object with any of these by name, such as {"frames": 60}; what the
                   command line says comes before it
   --help          this text

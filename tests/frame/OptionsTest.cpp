@@ -35,7 +35,8 @@ TEST(Options, BadOnesAreNamed) {
         {{"--out="}, "--out wants a folder name, not ''"},
         {{"--cvar", "exposure"}, "--cvar wants NAME=VALUE, not 'exposure'"},
         {{"--crash", "boredom"},
-         "--crash wants null-write, bad-jump, stack-overflow, abort, division or heap-corruption, "
+         "--crash wants null-write, bad-jump, stack-overflow, abort, division, trap or "
+         "heap-corruption, "
          "not 'boredom'"},
     };
     for (const auto& each : kCases) {

@@ -5,6 +5,7 @@
 
 #include "diagnostics/CrashFilter.h"
 #include "diagnostics/ExceptionReactions.h"
+#include "diagnostics/ReportTurn.h"
 
 namespace ZKL {
 namespace {
@@ -35,7 +36,9 @@ void SetCustomExceptionFilter(unsigned int code, unsigned int reactions) {
 }
 
 void CreateMiniDump() {
-    WriteCrashDump(nullptr);
+    if (const ReportTurn turn; turn.IsOurs()) {
+        WriteCrashDump(nullptr);
+    }
 }
 
 bool ReactToException(std::uint32_t code, const Fault& fault) {

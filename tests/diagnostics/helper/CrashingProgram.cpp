@@ -1,8 +1,8 @@
 // Crashes as it is told: crashing-program KIND WHERE REACTIONS.
 //
-// KIND is null-write, bad-jump, stack-overflow, abort, exception, division or heap-corruption;
-// WHERE is main, worker (a thread of vWorkerThread) or arena (a thread of oneTBB's). Every crash is
-// in a function of its own, for its name to be looked for.
+// KIND is null-write, bad-jump, stack-overflow, abort, exception, division, trap or
+// heap-corruption; WHERE is main, worker (a thread of vWorkerThread) or arena (a thread of
+// oneTBB's). Every crash is in a function of its own, for its name to be looked for.
 
 #include <oneapi/tbb/task_arena.h>
 
@@ -46,6 +46,10 @@ CRASH void CrashByException() {
 CRASH void CrashByDivision() {
     g_zero = 100 / g_zero;
 }
+CRASH void CrashByTrap() {
+    __asm__ volatile("int3");
+    g_zero = 1;
+}
 CRASH void CrashByHeapCorruption() {
     char* const block = static_cast<char*>(std::malloc(64));
     // What no caller may touch: the size before the block.
@@ -68,6 +72,7 @@ constexpr struct {
               {"abort", &CrashByAbort},
               {"exception", []() noexcept { CrashByException(); }},
               {"division", &CrashByDivision},
+              {"trap", &CrashByTrap},
               {"heap-corruption", &CrashByHeapCorruption}};
 
 // Runs `crash` on one of oneTBB's own threads, never on this one.
@@ -97,7 +102,8 @@ int main(int argc, char** argv) {
     ZKL::LogDefault(ZKL::vLogger::eInfo, "a line of the log");
     ZKL::LogAbendTrace(ZKL::vLogger::eInfo, "a line of the crash report\n");
     const auto reactions = static_cast<unsigned>(std::atoi(argv[3]));
-    for (const unsigned code : {0xC0000005u, 0xC0000094u, 0x40000015u, 0xC00000FDu, 0xC0000374u}) {
+    for (const unsigned code :
+         {0xC0000005u, 0xC0000094u, 0x80000003u, 0x40000015u, 0xC00000FDu, 0xC0000374u}) {
         ZKL::SetCustomExceptionFilter(code, reactions);
     }
     if (std::strcmp(argv[2], "main") == 0) {

@@ -1,6 +1,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
+#include <sys/ptrace.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -193,6 +194,7 @@ TEST(Crash, IsReportedWhateverItIsAndWhereverItHappens) {
         {"stack-overflow", SIGSEGV, "c0000005", "CrashByStackOverflow", false, true},
         {"abort", SIGABRT, "40000015", "CrashByAbort", true},
         {"division", SIGFPE, "c0000094", "CrashByDivision", false},
+        {"trap", SIGTRAP, "80000003", "CrashByTrap", true},
         {"heap-corruption", SIGABRT, "40000015", "CrashByHeapCorruption", false},
     };
     for (const auto& kind : kinds) {
@@ -243,8 +245,8 @@ TEST(Crash, DoesNoMoreThanItWasToldTo) {
 
 TEST(Crash, WaitsForTheDebuggerItStarts) {
     const test::TempDir directory;
-    setenv("ZelDebuggerCommand", ("echo %d > " + directory.File("asked")).c_str(), 1);
-    ZKL::AttachDebugger();  // ends without attaching: nobody waits for ever
+    setenv("ZelDebuggerCommand", ("echo %d > " + directory.File("asked") + "; exit 2").c_str(), 1);
+    ZKL::AttachDebugger();  // fails without attaching: nobody waits for ever
     EXPECT_EQ(test::ReadFile(directory.File("asked")), std::to_string(getpid()) + "\n");
     // Neither there: not a word.
     testing::internal::CaptureStderr();
@@ -254,6 +256,26 @@ TEST(Crash, WaitsForTheDebuggerItStarts) {
     ZKL::AttachDebugger();
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
     unsetenv("ZelDebuggerCommand");
+}
+
+// A terminal that leaves the work to its server ends well before the debugger is there.
+TEST(Crash, WaitsForADebuggerThatComesLater) {
+    const test::TempDir directory;
+    setenv("ZelDebuggerCommand", ("echo %d > " + directory.File("asked")).c_str(), 1);
+    const pid_t child = fork();
+    if (child == 0) {
+        ZKL::AttachDebugger();
+        _exit(waitpid(-1, nullptr, WNOHANG) < 0 ? 0 : 1);  // no child is left to wait for
+    }
+    unsetenv("ZelDebuggerCommand");
+    while (!std::filesystem::exists(directory.File("asked"))) {
+        usleep(1000);
+    }
+    usleep(200'000);  // the command has ended
+    EXPECT_EQ(ptrace(PTRACE_SEIZE, child, nullptr, nullptr), 0);
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
 }
 
 }  // namespace

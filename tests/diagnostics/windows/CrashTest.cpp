@@ -162,6 +162,7 @@ TEST_F(Crash, FaultsAreReportedWhereverTheyHappen) {
     } kinds[] = {{"null-write", 0xC0000005, "c0000005", "NullWrite"},
                  {"bad-jump", 0xC0000005, "c0000005", "BadJump"},
                  {"division", 0xC0000094, "c0000094", "Division"},
+                 {"trap", 0x80000003, "80000003", "Trap"},
                  {"abort", 3, "40000015", "Abort"},
                  {"exception", 3, "40000015", "Exception"},
                  // Wine's own part in the end of a process finds no stack to stand on.

@@ -43,13 +43,15 @@ ZELREKERNEL_EXPORT void SetCustomExceptionFilter(unsigned int code, unsigned int
 // "MiniDump-%d-%m%Y_%Hh%M.dmp" by local time (strftime), in the root of drive E: on Windows, in the
 // directory that the environment variable "ZelCrashDumpDirectory" names or else the working
 // directory on Linux; the text has ".txt" in place of ".dmp". Nothing happens when the file cannot
-// be made. All other threads stand still meanwhile.
+// be made. All other threads stand still meanwhile. Waits for the end of another thread's dump or
+// crash report.
 ZELREKERNEL_EXPORT void CreateMiniDump();
 
 // Starts a debugger on this process and waits until it is attached. Windows: the just-in-time
 // debugger of the system. Linux: the command in the environment variable "ZelDebuggerCommand", with
-// the process id in place of "%d", else gdb in a terminal window. Returns at once when no debugger
-// can be started, and when it has ended without attaching.
+// the process id in place of "%d", else gdb in a terminal window. Does nothing when a debugger is
+// attached already. Returns at once when none can be started and when what was started fails; 10 s
+// after it ended well without a debugger, as it may have left the start to another process.
 ZELREKERNEL_EXPORT void AttachDebugger();
 
 // Lets the user choose one of `names` in a dialog titled "Select Your debugger", and waits. Returns

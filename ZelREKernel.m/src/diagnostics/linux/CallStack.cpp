@@ -8,11 +8,13 @@
 #include <unwind.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <iterator>
 #include <string_view>
 
 #include "diagnostics/CrashFilter.h"
+#include "diagnostics/ReportTurn.h"
 #include "diagnostics/linux/HelperProcess.h"
 #include "diagnostics/linux/ProcessMaps.h"
 #include "diagnostics/linux/RawText.h"
@@ -28,7 +30,9 @@ constexpr std::size_t kMostTimes = std::size_t{1} << 20;
 
 // ---- walking
 
-// A fault while the stack is walked ends the walk.
+// A fault while the stack is walked ends the walk. The handler is that of all threads; one that
+// faults meanwhile waits for the end of the walk, and its fault comes again to the handler that was
+// there before.
 class FaultGuard {
 public:
     // Runs `walk`, or the part of it before a fault.
@@ -36,24 +40,35 @@ public:
     static void Run(Walk walk) {
         sigjmp_buf jump;
         struct sigaction ours = {};
-        ours.sa_handler = [](int) { siglongjmp(*s_jump, 1); };
+        ours.sa_handler = [](int) {
+            if (s_walker.load() == ThreadNumber()) {
+                siglongjmp(*s_jump, 1);
+            }
+            while (s_walker.load() != 0) {
+                PauseShortly();
+            }
+        };
         ours.sa_flags = SA_ONSTACK | SA_NODEFER;
+        s_jump = &jump;
+        s_walker.store(ThreadNumber());
         struct sigaction before[2] = {};
         sigaction(SIGSEGV, &ours, &before[0]);
         sigaction(SIGBUS, &ours, &before[1]);
-        s_jump = &jump;
         if (sigsetjmp(jump, 1) == 0) {
             walk();
         }
         sigaction(SIGSEGV, &before[0], nullptr);
         sigaction(SIGBUS, &before[1], nullptr);
+        s_walker.store(0);
     }
 
 private:
     // One report is made at a time.
     static sigjmp_buf* s_jump;
+    static std::atomic<std::uint32_t> s_walker;  // the thread; 0 for none
 };
 sigjmp_buf* FaultGuard::s_jump = nullptr;
+std::atomic<std::uint32_t> FaultGuard::s_walker{0};
 
 _Unwind_Reason_Code AddFrame(_Unwind_Context* context, void* argument) {
     auto& stack = *static_cast<CallStack*>(argument);

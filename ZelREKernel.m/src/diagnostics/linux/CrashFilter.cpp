@@ -6,12 +6,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
 #include <cstddef>
-#include <ctime>
 #include <iterator>
 
+#include "diagnostics/ReportTurn.h"
 #include "diagnostics/linux/DumpPath.h"
 #include "diagnostics/linux/Fault.h"
 
@@ -21,8 +20,6 @@ namespace {
 constexpr int kSignals[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT};
 
 struct sigaction s_earlier[std::size(kSignals)];
-// The thread that is being reported; 0 for none.
-std::atomic<pid_t> s_reporting{0};
 
 // Source: winnt.h, the EXCEPTION_ and STATUS_ codes; FATAL_APP_EXIT for an abort.
 std::uint32_t CodeOf(const siginfo_t& signal) {
@@ -43,30 +40,9 @@ std::uint32_t CodeOf(const siginfo_t& signal) {
     }
 }
 
-pid_t ThisThread() {
-    return static_cast<pid_t>(syscall(SYS_gettid));
-}
-
-// One report at a time; another thread that crashes meanwhile waits for its turn. False on the
-// thread that is being reported: a fault in the report itself.
-bool BeginReport() {
-    const pid_t self = ThisThread();
-    for (pid_t nobody = 0; !s_reporting.compare_exchange_strong(nobody, self); nobody = 0) {
-        if (nobody == self) {
-            return false;
-        }
-        const timespec pause = {0, 1'000'000};
-        nanosleep(&pause, nullptr);
-    }
-    return true;
-}
-
-void EndReport() {
-    s_reporting.store(0);
-}
-
 // Does what would have been done without us. A fault of an instruction comes again by itself once
-// this handler returns; a signal that somebody sent has to be sent again.
+// this handler returns. A signal that somebody sent has to be sent again, and so has a trap: it
+// tells of an instruction that is done, and the thread goes on behind it.
 void PassOn(int number, siginfo_t* signal, void* context) {
     const auto index = static_cast<std::size_t>(
         std::find(std::begin(kSignals), std::end(kSignals), number) - std::begin(kSignals));
@@ -86,18 +62,17 @@ void PassOn(int number, siginfo_t* signal, void* context) {
     struct sigaction standard = {};
     standard.sa_handler = SIG_DFL;
     sigaction(number, &standard, nullptr);
-    if (sent) {
+    if (sent || number == SIGTRAP) {
         // With what its sender said, so that a core dump of the system's tells the same.
-        syscall(SYS_rt_tgsigqueueinfo, getpid(), ThisThread(), number, signal);
+        syscall(SYS_rt_tgsigqueueinfo, getpid(), ThreadNumber(), number, signal);
     }
 }
 
 void Handle(int number, siginfo_t* signal, void* context) {
     const int error = errno;
-    if (BeginReport()) {
+    if (const ReportTurn turn; turn.IsOurs()) {
         const Fault fault = {signal, static_cast<ucontext_t*>(context)};
         ReactToException(CodeOf(*signal), fault);
-        EndReport();
     }
     errno = error;
     PassOn(number, signal, context);

@@ -1,9 +1,10 @@
 #include <fcntl.h>
-#include <signal.h>
+#include <spawn.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <ctime>
 
@@ -16,11 +17,15 @@ namespace {
 
 // What Debian calls the user's terminal.
 constexpr const char* kStandardCommand = "x-terminal-emulator -e gdb -p %d";
+constexpr int kPollMs = 20;
+constexpr int kGracePolls = 10'000 / kPollMs;
+// Where the shell says how the command has ended; shells know files of one digit.
+constexpr int kStatusFile = 9;
 // What means nothing else to the shell.
 constexpr std::string_view kPlain =
     "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789/._+-";
 
-// The command with this process's number for each "%d".
+// The command with this process's number for each "%d"; its exit status goes to kStatusFile.
 RawText<4096> MakeCommand() {
     const char* const chosen = std::getenv("ZelDebuggerCommand");
     std::string_view pattern = chosen != nullptr && chosen[0] != '\0' ? chosen : kStandardCommand;
@@ -30,28 +35,61 @@ RawText<4096> MakeCommand() {
     if (program.find_first_not_of(kPlain) == std::string_view::npos) {
         command += "command -v ";
         command += program;
-        command += " >/dev/null || exit 127; ";
+        command += " >/dev/null || exit; ";
     }
-    command += "exec ";
+    command += "( ";
     for (std::size_t at = 0; (at = pattern.find("%d")) != std::string_view::npos;) {
         command += pattern.substr(0, at);
         command += static_cast<std::uint64_t>(getpid());
         pattern.remove_prefix(at + 2);
     }
     command += pattern;
+    command += "\n) 9>&-; echo $? >&9 2>/dev/null";
     return command;
 }
 
-// The process that runs the command; negative when none could be made.
-pid_t Start(const char* command) {
+// Runs the command in a process whose parent ends at once, so that its end, however late, leaves
+// nothing in this process. Its exit status comes as text to the file returned; negative when
+// nothing could be started.
+int Start(const char* command) {
     const char* const arguments[] = {"sh", "-c", command, nullptr};
-    const pid_t shell = vfork();
-    if (shell == 0) {
-        // execv does not change what the pointers point to; its type is older than const.
-        execv("/bin/sh", const_cast<char* const*>(arguments));
-        _exit(127);
+    int ends[2] = {};
+    if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) {
+        return -1;
     }
-    return shell;
+    const pid_t parent = vfork();
+    if (parent == 0) {
+        pid_t shell = 0;
+        // The type of arguments is older than const; nobody changes what they point to.
+        _exit(dup2(ends[1], kStatusFile) < 0 || fcntl(kStatusFile, F_SETFD, 0) != 0 ||
+              posix_spawn(&shell, "/bin/sh", nullptr, nullptr, const_cast<char* const*>(arguments),
+                          environ) != 0);
+    }
+    close(ends[1]);
+    while (parent > 0 && waitpid(parent, nullptr, 0) < 0 && errno == EINTR) {
+    }
+    return ends[0];
+}
+
+// A command that fails brings no debugger. One that ends well may have asked another process for
+// it, as terminals do.
+bool WaitForDebugger(int result) {
+    bool ended = false;
+    for (int polls = 0; polls < kGracePolls; polls += ended ? 1 : 0) {
+        if (IsDebuggerAttached()) {
+            return true;
+        }
+        char status = '1';
+        if (!ended && (read(result, &status, 1) >= 0 || errno != EAGAIN)) {
+            if (status != '0') {
+                return false;
+            }
+            ended = true;
+        }
+        const timespec pause = {0, kPollMs * 1'000'000};
+        nanosleep(&pause, nullptr);
+    }
+    return false;
 }
 
 }  // namespace
@@ -62,16 +100,12 @@ void AttachDebugger() {
     }
     // A debugger is no child of a process that it watches.
     prctl(PR_SET_PTRACER, PR_SET_PTRACER_ANY, 0, 0, 0);
-    const pid_t debugger = Start(MakeCommand().CString());
-    if (debugger < 0) {
-        return;
+    const int result = Start(MakeCommand().CString());
+    if (result < 0 || !WaitForDebugger(result)) {
+        prctl(PR_SET_PTRACER, 0, 0, 0, 0);
     }
-    while (!IsDebuggerAttached()) {
-        if (waitpid(debugger, nullptr, WNOHANG) != 0) {
-            return;  // it has ended
-        }
-        const timespec pause = {0, 20'000'000};
-        nanosleep(&pause, nullptr);
+    if (result >= 0) {
+        close(result);
     }
 }
 

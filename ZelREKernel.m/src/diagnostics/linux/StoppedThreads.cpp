@@ -113,15 +113,17 @@ bool ReadRegisters(pid_t thread, Minidump::Context& to) {
     return true;
 }
 
-bool Stop(pid_t thread) {
-    if (ptrace(PTRACE_SEIZE, thread, nullptr, nullptr) != 0 ||
-        ptrace(PTRACE_INTERRUPT, thread, nullptr, nullptr) != 0) {
+bool Stop(StoppedThread& thread) {
+    if (ptrace(PTRACE_SEIZE, thread.id, nullptr, nullptr) != 0 ||
+        ptrace(PTRACE_INTERRUPT, thread.id, nullptr, nullptr) != 0) {
         return false;
     }
     for (int waited = 0; waited < kStopPatienceMs; ++waited) {
         int status = 0;
-        const pid_t got = waitpid(thread, &status, __WALL | WNOHANG);
-        if (got == thread) {
+        const pid_t got = waitpid(thread.id, &status, __WALL | WNOHANG);
+        if (got == thread.id) {
+            const bool asWeAsked = status >> 16 == PTRACE_EVENT_STOP;
+            thread.signal = WIFSTOPPED(status) && !asWeAsked ? WSTOPSIG(status) : 0;
             return WIFSTOPPED(status);
         }
         if (got < 0 && errno != EINTR) {
@@ -172,7 +174,7 @@ StoppedThreads::~StoppedThreads() {
 
 void StoppedThreads::Release() {
     for (const StoppedThread& thread : threads_) {
-        ptrace(PTRACE_DETACH, thread.id, nullptr, nullptr);
+        ptrace(PTRACE_DETACH, thread.id, nullptr, static_cast<long>(thread.signal));
     }
 }
 
@@ -207,7 +209,7 @@ void StoppedThreads::StopAll() {
             if (thread.id == 0 || Holds(thread.id)) {
                 continue;
             }
-            thread.known = Stop(thread.id) && ReadRegisters(thread.id, thread.registers);
+            thread.known = Stop(thread) && ReadRegisters(thread.id, thread.registers);
             ReadName(process_, thread);
             threads_.Push(thread);
         }

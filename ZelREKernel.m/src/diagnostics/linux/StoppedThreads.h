@@ -15,6 +15,7 @@ namespace ZKL {
 struct StoppedThread {
     pid_t id;
     bool known;  // its registers could be read
+    int signal;  // that stopped it on its way to the thread, which still is to get it; 0 for none
     Minidump::Context registers;
     RawText<17> name;
 };

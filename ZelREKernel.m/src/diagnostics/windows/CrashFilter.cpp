@@ -6,6 +6,7 @@
 #include <cstdio>
 
 #include "base/NativeLibrary.h"
+#include "diagnostics/ReportTurn.h"
 #include "diagnostics/windows/Fault.h"
 
 namespace ZKL {
@@ -21,12 +22,21 @@ DWORD WINAPI React(void* argument) {
     return 0;
 }
 
+DWORD WINAPI ReactForAnother(void* argument) {
+    ReportTurn::PassToThisThread();
+    return React(argument);
+}
+
 void Report(EXCEPTION_POINTERS* pointers) {
+    const ReportTurn turn;
+    if (!turn.IsOurs()) {
+        return;
+    }
     Fault fault = {pointers, GetCurrentThreadId()};
     HANDLE other = nullptr;
     if (pointers->ExceptionRecord->ExceptionCode == EXCEPTION_STACK_OVERFLOW) {
         // What is left of the stack is too little for symbols and dumps.
-        other = CreateThread(nullptr, 0, &React, &fault, 0, nullptr);
+        other = CreateThread(nullptr, 0, &ReactForAnother, &fault, 0, nullptr);
     }
     if (other != nullptr) {
         WaitForSingleObject(other, INFINITE);

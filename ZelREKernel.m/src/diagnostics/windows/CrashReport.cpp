@@ -73,8 +73,9 @@ void WriteCrashReport(const std::wstring& dump, const Fault* fault) {
                      fault->threadId);
     }
     WriteThreads(file);
-    const std::string report = MekAbendInfo::WriteReport();
-    std::fwrite(report.data(), 1, report.size(), file);
+    // Without the locks that the thread of the fault may hold.
+    std::fflush(file);
+    MekAbendInfo::WriteReportToDescriptor(_fileno(file));
     for (std::size_t channel = 0; channel < kLogChannels; ++channel) {
         LastLines::Copy copy;
         const LastLines& lines = LastLinesOf(channel);

@@ -8,6 +8,7 @@ namespace ZKL {
 namespace {
 
 constexpr DWORD kPollMs = 100;
+constexpr DWORD kGraceMs = 10'000;
 
 // Empty when the system does not tell where its programs are.
 std::wstring SystemDirectory() {
@@ -16,9 +17,28 @@ std::wstring SystemDirectory() {
     return length != 0 && length < MAX_PATH ? directory : std::wstring();
 }
 
+// A program that fails brings no debugger. One that ends well may have asked another process for
+// it.
+void WaitForDebugger(HANDLE process) {
+    for (DWORD graceMs = 0; graceMs < kGraceMs && !IsDebuggerPresent();) {
+        DWORD exitCode = 0;
+        if (WaitForSingleObject(process, kPollMs) == WAIT_TIMEOUT) {
+            continue;
+        }
+        if (!GetExitCodeProcess(process, &exitCode) || exitCode != 0) {
+            return;
+        }
+        Sleep(kPollMs);
+        graceMs += kPollMs;
+    }
+}
+
 }  // namespace
 
 void AttachDebugger() {
+    if (IsDebuggerPresent()) {
+        return;
+    }
     const std::wstring directory = SystemDirectory();
     if (directory.empty()) {
         return;
@@ -33,9 +53,7 @@ void AttachDebugger() {
         return;
     }
     CloseHandle(process.hThread);
-    // A debugger that has ended will not attach any more.
-    while (!IsDebuggerPresent() && WaitForSingleObject(process.hProcess, kPollMs) == WAIT_TIMEOUT) {
-    }
+    WaitForDebugger(process.hProcess);
     CloseHandle(process.hProcess);
 }
 
