@@ -106,7 +106,7 @@ TEST(TraceTables, FollowTheCriticalPath) {
 // Whatever the trace, a path fills its frame without gap or overlap.
 TEST(TraceTables, CriticalPathsFillTheirFrames) {
     std::mt19937 random(11);
-    for (int round = 0; round < 300; ++round) {
+    for (int round = 0; round < 150; ++round) {
         std::string text = "[" + test::EventText("i 0 0 0");
         int time = 0;
         std::vector<int> depths(4);

@@ -62,7 +62,7 @@ std::string NameOf(const Trace& trace, const Segment& segment) {
 }
 
 std::string StepName(const Trace& trace, const Segment& segment) {
-    const std::string name = NameOf(trace, segment);
+    std::string name = NameOf(trace, segment);
     if (!segment.isWaiting) {
         return name;
     }
