@@ -61,6 +61,16 @@ install(FILES
   "${PROJECT_BINARY_DIR}/package/bom.spdx.json"
   DESTINATION "${zel_doc_dir}" COMPONENT runtime)
 
+# gdb loads by itself what repeats the whole path of a library below its auto-load folder. That is the
+# path of the prefix configured here: a tree put elsewhere has its printers loaded by `source`.
+if(NOT WIN32)
+  install(FILES "${PROJECT_SOURCE_DIR}/ZelREKernel.m/debuggers/zel_json.py"
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/gdb/auto-load${CMAKE_INSTALL_FULL_LIBDIR}"
+    RENAME "$<TARGET_FILE_NAME:ZelREKernel>-gdb.py" COMPONENT dev)
+endif()
+install(FILES "${PROJECT_SOURCE_DIR}/ZelREKernel.m/debuggers/ZelJSON.natvis"
+  DESTINATION "${CMAKE_INSTALL_DATADIR}/${PROJECT_NAME}" COMPONENT dev)
+
 if(ZEL_BUILD_TOOLS)
   install(TARGETS zkl-logview zkl-trace DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT tools)
   # The tools find the libraries of their own tree wherever that is put.
