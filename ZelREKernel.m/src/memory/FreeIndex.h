@@ -11,7 +11,6 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <compare>
 #include <cstdint>
 #include <tuple>
 #include <vector>
@@ -26,8 +25,8 @@ struct FreeBlock {
     std::uint64_t page;
 
     friend bool operator==(const FreeBlock&, const FreeBlock&) = default;
-    friend auto operator<=>(const FreeBlock& a, const FreeBlock& b) {
-        return std::tie(a.size, a.page, a.offset) <=> std::tie(b.size, b.page, b.offset);
+    friend bool operator<(const FreeBlock& a, const FreeBlock& b) {
+        return std::tie(a.size, a.page, a.offset) < std::tie(b.size, b.page, b.offset);
     }
 };
 
@@ -40,7 +39,9 @@ public:
         std::uint64_t page;
         std::uint64_t offset;
 
-        friend auto operator<=>(const Entry&, const Entry&) = default;
+        friend bool operator<(const Entry& a, const Entry& b) {
+            return std::tie(a.rank, a.page, a.offset) < std::tie(b.rank, b.page, b.offset);
+        }
     };
     struct ByRank {
         using Entry = FreeIndex::Entry;
