@@ -1,7 +1,7 @@
 """Shows ZelJSONValue in gdb: `source ZelREKernel.m/debuggers/zel_json.py`, then `print value`.
 
-The library needs debug information. Members that were added one by one, and elements of sparse
-arrays, show where the standard library's own pretty-printers are loaded.
+The library needs debug information. Members that were added one by one show where the
+standard library's own pretty-printers are loaded.
 """
 
 import gdb

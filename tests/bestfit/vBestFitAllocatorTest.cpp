@@ -243,6 +243,11 @@ TEST(vBestFitAllocator, ReadsOnlyWholeTextsWhateverTheStreamsSettings) {
     other.Unstream(stream);
     EXPECT_EQ(Text(other), kOneBlock);
     EXPECT_EQ(stream.flags() & std::ios_base::basefield, std::ios_base::hex);
+    struct Full : std::streambuf {
+    } full;
+    std::ostream thrower(&full);
+    thrower.exceptions(std::ios_base::badbit);
+    EXPECT_THROW(one.Stream(thrower), std::ios_base::failure);
 
     const std::string text = kOneBlock;
     for (std::size_t length = 0; length + 1 < text.size(); ++length) {

@@ -48,15 +48,15 @@ TEST(vJSONObject, WritesEachKindByteForByte) {
     const vSmartPtr<vJSONObject> none;
     object->PushEntry("a", std::numeric_limits<int>::min()).PushEntry("a", 1.5f);
     object->PushEntry("b", false).PushEntry("s", "\"\\\n\x01").PushEntry("array", array);
-    object->PushEntry("child", child).PushEntry("again", child).PushEntry("none", none);
-    object->PushEntry("none", none);
+    object->PushEntry("child", child).PushEntry("again", child);
+    object->PushEntry("none", none).PushEntry("none", none);
     array.PushValue("later");
     EXPECT_EQ(Text(object),
               "before {\n\"a\" : -2147483648,\n\"a\" : 1.500000,\n\"b\" : false,\n"
               "\"s\" : \"\"\\\\\n\x01\",\n\"array\" : [true, \"a\\\\b\", "
               "[999999936.000000, -1.000000e+09, 0.000000], [999999936.000000, -1.000000e+09, "
               "0.000000, null, inf, -inf, 2.000000e+09], [], {\n\n}],\n"
-              "\"child\" : {\n\"key \"\\\n\" : \"\"\n},\n\"none\" : ,\n\"none\" : \n}");
+              "\"child\" : {\n\"key \"\\\n\" : \"\"\n},\n\"none\" : \n}");
 }
 
 TEST(vJSONObject, WritesPointsUnderACommaLocaleAndRestoresIt) {

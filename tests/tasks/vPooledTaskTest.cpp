@@ -63,6 +63,22 @@ TEST_F(vPooledTaskTest, CallablesOfARecordsSizeNeedNoHeap) {
     EXPECT_EQ(got, text);
 }
 
+TEST_F(vPooledTaskTest, RecordsAreAlignedForVectors) {
+    struct alignas(16) Vector {
+        float numbers[4];
+    };
+    std::vector<vJobHandle> jobs;
+    int misaligned = 0;
+    for (int i = 0; i < 500; ++i) {
+        jobs.push_back(vPooledTask::Create([&misaligned, vector = Vector{}] {
+            const void* volatile address = &vector;  // the compiler takes the alignment for granted
+            misaligned += reinterpret_cast<std::uintptr_t>(address) % alignof(Vector) != 0;
+        }));
+        (*jobs.back())();
+    }
+    EXPECT_EQ(misaligned, 0);
+}
+
 TEST_F(vPooledTaskTest, EmptyFunctionsThrow) {
     for (vJobHandle& job :
          std::array{vPooledTask::CreateNode({}), vPooledTask::Create(std::function<void()>())}) {

@@ -246,6 +246,24 @@ TEST_F(vTaskNodeTest, StatesFollowTheTable) {
     EXPECT_EQ(stateOf(&abandoned), 4U);
 }
 
+// Whatever it points to, a node that is deleted by hand lets go of its jobs and dependents alone.
+TEST_F(vTaskNodeTest, DeletesANodeInAnyState) {
+    vWorkerThread idle;
+    int ran = 0;
+    vTaskNode dependent(nullptr);
+    dependent.AddTask(vPooledTask::Create([&] { ++ran; }));
+    vTaskNode node(&idle);
+    node.AddTask(vPooledTask::Create([&] { ran += 100; }));
+    node.AddDependentTask(&dependent);
+    node.DeleteNode();
+    EXPECT_EQ(ran, 1);
+    vTaskNode synchro;
+    synchro.AddRef();
+    synchro.DeleteSynchroNode();
+    synchro.DeleteSynchroNode();
+    synchro.Release();
+}
+
 TEST_F(vTaskNodeTest, IgnoresEdgesThatAreNone) {
     NodeHandle node = vTaskNode::CreateNode(nullptr);
     int ran = 0;

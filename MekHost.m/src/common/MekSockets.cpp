@@ -2,6 +2,7 @@
 
 #include <array>
 #include <atomic>
+#include <memory>
 #include <string>
 
 #include "MekHost/MekStatus.h"
@@ -30,7 +31,8 @@ struct MekSocketConnector::Native {
     std::atomic<bool> isClosed{false};
 };
 
-MekSockets::MekSockets(Native* native) : native_(native) {}
+// Made before there is a connection: one without an object would stay open for ever.
+MekSockets::MekSockets() : native_(new Native) {}
 
 std::int32_t MekSockets::Connect(const char* address, int port, int timeoutMs,
                                  MekSockets** connection) {
@@ -41,16 +43,20 @@ std::int32_t MekSockets::Connect(const char* address, int port, int timeoutMs,
         !mek::Deadline::IsValid(timeoutMs)) {
         return kMekInvalidParameter;
     }
-    mek::SocketHandle handle = mek::kNoSocket;
+    std::unique_ptr<MekSockets> made(new MekSockets);
     const std::int32_t status =
-        mek::ConnectSocket(address, port, mek::Deadline(timeoutMs), &handle);
+        mek::ConnectSocket(address, port, mek::Deadline(timeoutMs), &made->native_->handle);
     if (status == kMekOk) {
-        *connection = new MekSockets(new Native{handle});
+        *connection = made.release();
     }
     return status;
 }
 
 MekSockets::~MekSockets() {
+    if (native_->handle == mek::kNoSocket) {
+        delete native_;
+        return;
+    }
     Close();
     // A socket that is closed over unread bytes resets the connection, and the peer may lose what
     // was sent last. A peer that never stops sending is not waited for.
@@ -175,10 +181,10 @@ std::int32_t MekSocketConnector::Accept(MekSockets** client) {
     if (native_->handle == mek::kNoSocket || native_->isClosed) {
         return kMekInvalidHandle;
     }
-    mek::SocketHandle handle = mek::kNoSocket;
-    const std::int32_t status = mek::AcceptSocket(native_->handle, &handle);
+    std::unique_ptr<MekSockets> made(new MekSockets);
+    const std::int32_t status = mek::AcceptSocket(native_->handle, &made->native_->handle);
     if (status == kMekOk) {
-        *client = new MekSockets(new MekSockets::Native{handle});
+        *client = made.release();
     }
     return status;
 }

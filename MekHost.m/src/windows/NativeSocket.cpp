@@ -128,7 +128,16 @@ public:
 
     static std::unique_ptr<Endpoint> Open() {
         const SocketLibrary library;
-        return std::make_unique<Endpoint>(WSASocketW(AF_INET, SOCK_STREAM, 0, nullptr, 0, kFlags));
+        return Of(WSASocketW(AF_INET, SOCK_STREAM, 0, nullptr, 0, kFlags));
+    }
+    // Takes the socket over, also when it throws.
+    static std::unique_ptr<Endpoint> Of(SOCKET native) {
+        std::unique_ptr<Endpoint> endpoint(new (std::nothrow) Endpoint(native));
+        if (!endpoint) {
+            closesocket(native);
+            throw std::bad_alloc();
+        }
+        return endpoint;
     }
 
     // False when the system has no sockets left.
@@ -240,7 +249,7 @@ std::int32_t AcceptSocket(SocketHandle listener, SocketHandle* client) {
         // A connection that died in the queue: nobody is waiting there.
         return WSAGetLastError() == WSAECONNRESET ? kMekTimeout : Failure();
     }
-    auto endpoint = std::make_unique<Endpoint>(accepted);
+    std::unique_ptr<Endpoint> endpoint = Endpoint::Of(accepted);
     if (!endpoint->Prepare()) {
         return Failure();
     }

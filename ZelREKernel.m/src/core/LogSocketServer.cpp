@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "MekHost/MekStatus.h"
+#include "base/LibraryEnd.h"
 
 namespace ZKL {
 namespace {
@@ -13,8 +14,8 @@ namespace {
 constexpr int kByteStream = 1;
 constexpr int kIPv4 = 2;
 constexpr int kSelectTimeoutMs = 1000;
-// Between two tries to accept while the system has no descriptors left.
-constexpr std::chrono::milliseconds kAcceptPause(20);
+// Between two tries to accept while the system has no descriptors left, or to get the port.
+constexpr std::chrono::milliseconds kPause(20);
 
 }  // namespace
 
@@ -24,47 +25,69 @@ LogSocketServer::LogSocketServer()
 LogSocketServer::~LogSocketServer() {
     running_.store(0);
     {
-        const std::lock_guard guard(mutex_);
+        const std::unique_lock lock = Lock();
+        if (!lock) {
+            return;
+        }
         if (connector_) {
             connector_->Close();  // wakes the thread, which uses it until it ends
         }
         DropClient();
     }
     Join();
+    DropClient();  // one that was accepted meanwhile
     delete connector_;
 }
 
 void LogSocketServer::Send(std::string_view text) {
-    const std::lock_guard guard(mutex_);
-    if (client_ && !SendAll(text) && ++sendFailures_ > kMaxSendFailures) {
+    const std::unique_lock lock = Lock();
+    if (lock && client_ && !SendAll(text) && ++sendFailures_ > kMaxSendFailures) {
         DropClient();
     }
 }
 
+// At the end of a process the system may have ended the thread that held the lock. Then nobody gets
+// it, and there is no viewer to be served any more.
+std::unique_lock<MekMutex> LogSocketServer::Lock() {
+    if (AreThreadsGone()) {
+        return {mutex_, std::try_to_lock};
+    }
+    return std::unique_lock(mutex_);
+}
+
 std::int32_t LogSocketServer::Run() {
-    if (!Listen()) {
-        return kMekFailed;
+    // The port may be that of this channel's previous output, which lives on until its last text is
+    // written.
+    std::int32_t status = Listen();
+    while (status == kMekAddressInUse) {
+        std::this_thread::sleep_for(kPause);
+        status = Listen();
+    }
+    if (status != kMekOk) {
+        return status;
     }
     while (running_.load()) {
         connector_->Select(kSelectTimeoutMs);
-        const std::int32_t status = AcceptViewer();
+        status = AcceptViewer();
         if (status != kMekOk && status != kMekTimeout && running_.load()) {
-            std::this_thread::sleep_for(kAcceptPause);
+            std::this_thread::sleep_for(kPause);
         }
     }
     return kMekOk;
 }
 
-bool LogSocketServer::Listen() {
+std::int32_t LogSocketServer::Listen() {
     const std::lock_guard guard(mutex_);
     if (!running_.load()) {
-        return false;
+        return kMekFailed;
     }
     try {
-        connector_ = new MekSocketConnector(kPort, kByteStream, kIPv4);
-        return connector_->Declare() == kMekOk;
+        if (!connector_) {
+            connector_ = new MekSocketConnector(kPort, kByteStream, kIPv4);
+        }
+        return connector_->Declare();
     } catch (const std::bad_alloc&) {
-        return false;
+        return kMekOutOfMemory;
     }
 }
 

@@ -2,13 +2,15 @@
 
 // Listens on the log's TCP port and sends text to the viewer that connected last.
 //
-// Send may be called from any thread. It waits at most kSendTimeoutMs for a viewer that does not
-// read, so that such a one cannot stall the threads that log. What a time-out cut off is kept and
-// goes out before any later text, and a text that finds it still in the way is dropped whole: the
-// viewer misses lines but never sees a torn one.
+// Send may be called from any thread. It waits at most twice kSendTimeoutMs for a viewer that does
+// not read, once for the rest of an earlier text and once for its own, so that such a one cannot
+// stall the threads that log. What a time-out cut off is kept and goes out before any later text,
+// and a text that finds it still in the way is dropped whole: the viewer misses lines but never
+// sees a torn one.
 
 #include <atomic>
 #include <cstdint>
+#include <mutex>
 #include <string>
 #include <string_view>
 
@@ -35,12 +37,13 @@ public:
     void Send(std::string_view text);
 
 private:
-    // Declares the port, then accepts viewers until the destructor runs. Without the port it ends
-    // at once.
+    // Declares the port, as soon as it is free, then accepts viewers until the destructor runs.
     std::int32_t Run() override;
-    bool Listen();
+    // Returns what Declare returned; kMekFailed when the destructor runs.
+    std::int32_t Listen();
     // Lets the client that waits take the place of the one before. Returns what Accept returned.
     std::int32_t AcceptViewer();
+    std::unique_lock<MekMutex> Lock();
     void DropClient();
     bool SendAll(std::string_view text);
 

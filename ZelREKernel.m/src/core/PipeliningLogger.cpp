@@ -1,5 +1,6 @@
 #include "core/PipeliningLogger.h"
 
+#include <new>
 #include <string>
 #include <string_view>
 
@@ -34,17 +35,20 @@ void PipeliningLogger::Log(FLogLevel level, const char* format, std::va_list arg
         Check_Pointer_Failed__("format", __FILE__, __LINE__);
         return;
     }
-    std::string indented;
-    for (std::string_view text = format; !text.empty();) {
-        std::string_view line = CutUntil(text, "\n");
-        const bool hasLineFeed = !text.empty();
-        text.remove_prefix(hasLineFeed ? 1 : 0);
-        if (AppendLine(line, indented) && hasLineFeed) {
-            indented += '\n';
+    try {
+        std::string indented;
+        for (std::string_view text = format; !text.empty();) {
+            std::string_view line = CutUntil(text, "\n");
+            const bool hasLineFeed = !text.empty();
+            text.remove_prefix(hasLineFeed ? 1 : 0);
+            if (AppendLine(line, indented) && hasLineFeed) {
+                indented += '\n';
+            }
         }
-    }
-    if (!indented.empty()) {
-        InternalLog(level, indented.c_str(), arguments);
+        if (!indented.empty()) {
+            InternalLog(level, indented.c_str(), arguments);
+        }
+    } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch): the message is dropped
     }
 }
 

@@ -36,12 +36,17 @@ void vLifeCycleManager::RegisterModule(vLifeCycleModule* module, const std::stri
         Check_Pointer_Failed__("module", __FILE__, __LINE__);
         return;
     }
-    if (!names_.try_emplace(module, name).second) {
+    if (names_.contains(module)) {
         Check_TRUE_Failed__("the module is not registered yet", __FILE__, __LINE__);
         return;
     }
-    modules_.push_back(module);
-    modulesByName_.try_emplace(name, module);
+    // All that needs memory is made before anything changes.
+    std::list<vLifeCycleModule*> entry{module};
+    std::map<vLifeCycleModule*, std::string> named{{module, name}};
+    std::map<std::string, vLifeCycleModule*> byName{{name, module}};
+    modules_.splice(modules_.end(), entry);
+    names_.merge(named);
+    modulesByName_.merge(byName);
 }
 
 bool vLifeCycleManager::InitializeModules() {

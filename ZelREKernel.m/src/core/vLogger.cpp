@@ -39,7 +39,8 @@ void AppendFormatted(std::string& buffer, std::size_t length, const char* format
     buffer.resize(before + length);
     // Room for the terminator too: it falls on the string's own.
     const int written = std::vsnprintf(&buffer[before], length + 1, format, arguments);
-    buffer.resize(before + (written > 0 ? static_cast<std::size_t>(written) : 0));
+    // An argument that another thread changes may be longer by now than it was measured.
+    buffer.resize(before + std::min(written > 0 ? static_cast<std::size_t>(written) : 0, length));
 }
 
 }  // namespace
@@ -80,13 +81,14 @@ void vLogger::SetOutput(const char* name) {
         Check_Pointer_Failed__("name", __FILE__, __LINE__);
         return;
     }
+    std::string newName(name);
     const std::lock_guard guard(lock_);
     // First the old output goes, so that the new one may take over its file or port.
     if (output_) {
         output_->Release();
         output_ = nullptr;
     }
-    outputName_ = name;
+    outputName_.swap(newName);
     output_ = vLoggerOutput::Create(name);
 }
 

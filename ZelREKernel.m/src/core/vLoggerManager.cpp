@@ -24,14 +24,19 @@ struct Channel {
     bool decorated;
 };
 
+// Of ASCII alone: the process's locale has other ideas of what is a letter, and of its upper case.
 char ToUpper(char c) {
-    return static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+}
+
+bool IsDigitOrLetter(char c) {
+    return (c >= '0' && c <= '9') || (ToUpper(c) >= 'A' && ToUpper(c) <= 'Z');
 }
 
 // "0" to "5" or a level's name in any case; other digits and single letters stand for the highest
 // level, everything else for the lowest.
 vLogger::FLogLevel ParseLevel(std::string text) {
-    if (text.size() == 1 && std::isalnum(static_cast<unsigned char>(text[0]))) {
+    if (text.size() == 1 && IsDigitOrLetter(text[0])) {
         const int number = text[0] - '0';
         return number <= vLogger::eRelease ? static_cast<vLogger::FLogLevel>(number)
                                            : vLogger::eRelease;

@@ -81,16 +81,19 @@ bool vDynamicLoader::PreloadLibrary(const char* name) {
     if (!name) {
         return false;
     }
-    LibraryError error;
-    void* const library = Load(name, error);
-    if (!library) {
-        return false;
-    }
+    void* library = nullptr;
     try {
+        LibraryError error;
+        library = Load(name, error);
+        if (!library) {
+            return false;
+        }
         const std::lock_guard guard(s_preloadLock);
         s_preloaded.push_back(library);
     } catch (const std::bad_alloc&) {
-        CloseLibrary(library);
+        if (library) {
+            CloseLibrary(library);
+        }
         return false;
     }
     return true;

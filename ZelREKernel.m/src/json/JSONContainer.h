@@ -36,6 +36,7 @@ struct HeapAllocator {
     bool operator==(const HeapAllocator&) const noexcept { return true; }
 };
 
+// By bytes; the empty name comes before all others.
 struct KeyLess {
     using is_transparent = void;
     bool operator()(const Key& a, const Key& b) const noexcept { return a.View() < b.View(); }

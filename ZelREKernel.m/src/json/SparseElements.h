@@ -2,7 +2,8 @@
 
 // The elements of an array that do not stand in a row from index 0: a tree of 16-way nodes over the
 // index's digits, grown at the root as indices grow. Finding and adding are constant, whatever the
-// order of the indices; an element, once added, never moves.
+// order of the indices; an element, once added, never moves. Neighbours share what they cost; one
+// far from all others takes up to 1.2 KB.
 
 #include <cstdint>
 

@@ -209,9 +209,6 @@ vJSONObject& vJSONObject::PushEntry(const char* key, const vJSONArray& value) {
 
 vJSONObject& vJSONObject::PushEntry(const char* key, vSmartPtr<vJSONObject> value) {
     const vJSONObject* const identity = value.Get();
-    if (identity == nullptr) {
-        return _Push(key, new ObjectValue(nullptr));
-    }
     const auto place = std::lower_bound(pushedObjects_.begin(), pushedObjects_.end(), identity,
                                         std::less<const vJSONObject*>());
     if (place != pushedObjects_.end() && *place == identity) {

@@ -70,7 +70,8 @@ bool vBestFitAllocator::CompactPage(std::uint64_t index, std::vector<Block>& ent
             run = 0;
         }
     }
-    // A run that reaches the end stays where it is, and the free block before it ends there.
+    // A run that reaches the end stays where it is, and the free block before it ends there. The
+    // end is the page's own: not every page has the default size.
     const std::size_t rest = run != 0 ? run : last;
     left = {entries[rest].offset - offset, offset, index};
     entries[to] = {offset, kFree};

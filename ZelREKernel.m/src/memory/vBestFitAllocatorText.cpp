@@ -13,13 +13,13 @@
 namespace ZKL {
 namespace {
 
-// Numbers as digits whatever the stream's flags and locale say.
+// Numbers as digits whatever the stream's flags and locale say. Flush writes what is left: a
+// destructor must not, since a stream may be told to throw.
 class Writer {
 public:
     explicit Writer(std::ostream& stream) : stream_(stream) {}
     Writer(const Writer&) = delete;
     Writer& operator=(const Writer&) = delete;
-    ~Writer() { Flush(); }
 
     void Put(std::uint64_t number, std::string_view behind) {
         if (sizeof(text_) - used_ < kDigits) {
@@ -37,11 +37,10 @@ public:
         }
         text_[used_++] = c;
     }
+    void Flush() { stream_.write(text_, static_cast<std::streamsize>(std::exchange(used_, 0))); }
 
 private:
     static constexpr std::size_t kDigits = 20;  // of the largest number
-
-    void Flush() { stream_.write(text_, static_cast<std::streamsize>(std::exchange(used_, 0))); }
 
     std::ostream& stream_;
     std::size_t used_ = 0;
@@ -100,6 +99,7 @@ void vBestFitAllocator::Stream(std::ostream& stream) const {
     for (const std::uint64_t page : recycledPages_) {
         out.Put(page, "\n");
     }
+    out.Flush();
 }
 
 // The counts are not believed: memory grows with what is read.

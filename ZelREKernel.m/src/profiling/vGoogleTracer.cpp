@@ -103,6 +103,7 @@ Event Resolve(const vTraceRecord& record, const NameTable& names, std::int64_t s
             .time = record.timestamp - startTime};
 }
 
+// A time before the start stays one, with its sign.
 template <typename Output>
 void WriteTime(Output& out, std::int64_t time) noexcept {
     if (time >= 0 && time < kFirstLongTime) [[likely]] {

@@ -92,15 +92,18 @@ int vTaskNode::Wait(int timeoutMs) {
 
 void vTaskNode::DeleteSynchroNode() {
     if (!Transit(SynchroPending, SynchroAbandoned)) {
-        // The releasing thread may be between its change of state and its signal: the event, and
-        // with it the record, may go only after the signal.
-        WaitForSingleEvent(target_.event, -1);
+        if (State() == SynchroSignalled) {
+            // The releasing thread may be between its change of state and its signal: the event,
+            // and with it the record, may go only after the signal.
+            WaitForSingleEvent(target_.event, -1);
+        }
         DeleteNode();
     }
 }
 
 void vTaskNode::DeleteNode() {
     BeginDelete();
+    target_.outer = nullptr;
     Drain(this, nullptr);
 }
 

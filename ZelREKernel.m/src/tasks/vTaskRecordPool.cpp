@@ -136,7 +136,7 @@ vTaskRecordPool::~vTaskRecordPool() {
     while (Stack* const stack = Pop(spares_)) {
         delete stack;
     }
-    for (Block* const slab : slabs_) {
+    for (std::byte* const slab : slabs_) {
         DefaultAllocator()->Free(slab);
     }
 }
@@ -266,7 +266,7 @@ vTaskRecordPool::Block* vTaskRecordPool::TakeBlock() {
         const std::size_t count = std::clamp<std::size_t>(blocks_.size(), 1, kBlocksPerLargePage);
         const bool large = count == kBlocksPerLargePage;
         void* const memory =
-            DefaultAllocator()->Allocate(static_cast<std::uint32_t>(count * sizeof(Block)),
+            DefaultAllocator()->Allocate(static_cast<std::uint32_t>(count * kBlockStride),
                                          large ? kLargePageSize : kTaskRecordAlignment);
         if (memory == nullptr) {
             throw std::bad_alloc();
@@ -274,12 +274,13 @@ vTaskRecordPool::Block* vTaskRecordPool::TakeBlock() {
         if (large) {
             PreferLargePages(memory, kLargePageSize);
         }
-        spareBlocks_ = static_cast<Block*>(memory);
+        spareBlocks_ = static_cast<std::byte*>(memory);
         spareBlockCount_ = count;
         slabs_.push_back(spareBlocks_);
     }
     --spareBlockCount_;
-    return static_cast<Block*>(std::memset(spareBlocks_++, 0, sizeof(Block)));
+    std::byte* const block = std::exchange(spareBlocks_, spareBlocks_ + kBlockStride);
+    return static_cast<Block*>(std::memset(block, 0, sizeof(Block)));
 }
 
 vTaskRecordCounts CountNodeRecords() {

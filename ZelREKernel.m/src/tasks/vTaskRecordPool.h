@@ -104,7 +104,10 @@ private:
         std::uint64_t handedOut;
     };
     static_assert(sizeof(Block) == 1288);
-    static constexpr std::size_t kBlocksPerLargePage = kLargePageSize / sizeof(Block);
+    // From one block to the next, so that the records of all of them are aligned.
+    static constexpr std::size_t kBlockStride =
+        (sizeof(Block) + kTaskRecordAlignment - 1) / kTaskRecordAlignment * kTaskRecordAlignment;
+    static constexpr std::size_t kBlocksPerLargePage = kLargePageSize / kBlockStride;
 
     // How many records ahead of its use a record is fetched into the cache.
     static constexpr std::uint32_t kPrefetchDistance = 4;
@@ -140,9 +143,9 @@ private:
     Stack* spares_ = nullptr;  // stacks without
     std::vector<Block*> blocks_;
     // Blocks come from the heap several at a time; these are not in use yet.
-    Block* spareBlocks_ = nullptr;
+    std::byte* spareBlocks_ = nullptr;
     std::size_t spareBlockCount_ = 0;
-    std::vector<Block*> slabs_;  // what was taken from the heap
+    std::vector<std::byte*> slabs_;  // what was taken from the heap
     std::int64_t retiredLive_ = 0;
 };
 

@@ -78,21 +78,35 @@ public:
         delete scheduling_;
     }
 
-    tbb::task_arena& Get() noexcept { return scheduling_->arena; }
+    tbb::task_arena& Get() {
+        // An arena that has been started again has no observer.
+        if (scheduling_->arena.is_active() && !scheduling_->stacks.is_observing()) {
+            scheduling_->stacks.observe(true);
+        }
+        return scheduling_->arena;
+    }
+    void Terminate() {
+        scheduling_->stacks.observe(false);
+        scheduling_->arena.terminate();
+    }
 
 private:
     Scheduling* const scheduling_ = new Scheduling;
 };
 
+Arena& TheArena() {
+    static Arena s_arena;
+    return s_arena;
+}
+
 }  // namespace
 
 tbb::task_arena& vThreadPoolManager::GetTBBThreadPool(unsigned int) {
-    static Arena s_arena;
-    return s_arena.Get();
+    return TheArena().Get();
 }
 
 void vThreadPoolManager::DestroyThreadPool() {
-    GetTBBThreadPool(0).terminate();
+    TheArena().Terminate();
 }
 
 }  // namespace ZKL

@@ -65,7 +65,8 @@ void vWorkerPool::Post(vSmallVector<vJobHandle, 1, 0>& jobs) {
         ++held;
     }
     std::uint32_t left = jobs.Size();
-    for (std::uint32_t i = 0; i < slotCount_ && left > held; ++i) {
+    // Nothing of the pool is looked at once the last job is handed over: it may be gone by then.
+    for (std::uint32_t i = 0; left > held && i < slotCount_; ++i) {
         if (slots_[i].Claim()) {
             slots_[i].HandOver(std::move(jobs[--left]));
         }

@@ -43,7 +43,7 @@ public:
 private:
     friend class MekSocketConnector;
     struct Native;
-    explicit MekSockets(Native* native);
+    MekSockets();
     Native* native_;
 };
 

@@ -6,10 +6,10 @@
 // The survey is made once, by the first call; later calls answer from its record. All functions may
 // be called from any thread.
 //
-// Counted is what the process may run on when the survey is made: processors that are online and in
-// its affinity mask (the main thread's, on Linux, so that a worker bound to one processor does not
-// shrink the survey), the cores and NUMA nodes that hold at least one of them. A limit on processor
-// time, such as a container's quota, is no number of processors and is not looked at.
+// Counted are the processors that are online, on Linux only those that the process may run on when
+// the survey is made (by the main thread's affinity mask, so that a worker bound to one processor
+// does not shrink the survey), and the cores and NUMA nodes that hold at least one of them. A limit
+// on processor time, such as a container's quota, is no number of processors and is not looked at.
 
 #include <cstdint>
 

@@ -27,7 +27,8 @@ public:
 
     // Appends a service made with plain `new` (no class-specific or over-aligned allocation) and
     // takes it over; `name` is for messages. O(log n). A null service, or one that is registered
-    // already, is the caller's mistake: it is reported and nothing changes.
+    // already, is the caller's mistake: it is reported and nothing changes. Throws std::bad_alloc,
+    // and has then registered nothing.
     void RegisterModule(vLifeCycleModule* module, const std::string& name);
 
     // Starts every service that does not run. False when one failed, each of which is logged; the

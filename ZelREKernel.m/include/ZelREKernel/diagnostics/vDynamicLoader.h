@@ -33,7 +33,8 @@ public:
     // Whether there is a library: false after a failure and for an object that was moved from.
     bool IsLoaded() const { return module_ != nullptr; }
     // The address of the function, null for a null name. One that the library does not export, or
-    // any of an empty loader, is told by a line at level "RELEASE" and is null.
+    // any of an empty loader, is told by a line at level "RELEASE" and is null. On Linux a library
+    // offers what the libraries that it needs export, too (dlsym).
     void* GetFunction(const char* name);
 
     // Loads a library and keeps it loaded until the process ends, also when the kernel library

@@ -131,8 +131,9 @@ struct vPooledCallable {
 template <typename F>
 vJobHandle vPooledTask::Create(F&& callable) {
     using Callable = std::decay_t<F>;
-    constexpr bool kHeldInline =
-        sizeof(Callable) <= 2 * sizeof(void*) && std::is_trivially_copyable_v<Callable>;
+    constexpr bool kHeldInline = sizeof(Callable) <= 2 * sizeof(void*) &&
+                                 alignof(Callable) <= alignof(void*) &&
+                                 std::is_trivially_copyable_v<Callable>;
     constexpr bool kFitsRecord =
         // NOLINTNEXTLINE(misc-redundant-expression): it is so for some types only
         sizeof(Callable) <= kTaskRecordSize && alignof(Callable) <= kTaskRecordAlignment;

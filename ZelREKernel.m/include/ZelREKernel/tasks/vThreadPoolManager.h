@@ -17,8 +17,9 @@ class ZELREKERNEL_EXPORT vThreadPoolManager {
 public:
     vThreadPoolManager() = delete;
 
-    // The arena, the same one whatever `index` says. It belongs to this library and starts with the
-    // first work executed or enqueued in it.
+    // The arena, the same one whatever `index` says. It belongs to this library, which starts it on
+    // the first call. Ask for it anew rather than keep the reference: after DestroyThreadPool, it
+    // is a call made while the arena works again that gives its threads a stack for crash reports.
     static tbb::task_arena& GetTBBThreadPool(unsigned int index);
 
     // Gives the arena's threads back to oneTBB; the next work starts it again. An arena that is not

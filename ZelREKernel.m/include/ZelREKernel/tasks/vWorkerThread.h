@@ -48,7 +48,8 @@ public:
     // there is no thread to be had. A second call while the thread exists ends the process.
     void RunSingle();
     // Starts `threadCount` threads that from now on get every job. A previous pool runs its jobs to
-    // the end and is freed. Throws as RunSingle and CreateMekEvent do.
+    // the end and is freed; meanwhile nobody but its jobs may post. Throws as RunSingle and
+    // CreateMekEvent do.
     void RunPool(unsigned int threadCount);
 
     // Takes the job, or the jobs in their order, over; returns true. The batch keeps its array.
