@@ -106,8 +106,16 @@ def check_natvis(problems):
                     problems.append(f"{path}: nothing is called {name}")
 
 
+def check_readme(problems):
+    """The README shows the program that is built, run and packaged."""
+    shown = re.search(r"^```cpp\n(.*?)^```", tree.text("README.md"), re.MULTILINE | re.DOTALL)
+    if not shown or shown.group(1) != tree.text("samples/hello/main.cpp"):
+        problems.append("README.md: its program is not samples/hello/main.cpp")
+
+
 def main():
     problems = []
+    check_readme(problems)
     check_natvis(problems)
     check_public_includes(problems)
     check_code(problems)
