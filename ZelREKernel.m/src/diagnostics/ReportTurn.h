@@ -20,6 +20,9 @@ public:
     bool IsOurs() const { return ours_; }
     // On a thread that works for the one that waits here with its turn.
     static void PassToThisThread();
+    // The process is about to end: a report begun now would be cut off, and its dump would take the
+    // place of ours.
+    void KeepToTheEnd() { ours_ = false; }
 
 private:
     bool ours_;

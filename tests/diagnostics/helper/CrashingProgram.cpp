@@ -1,11 +1,13 @@
 // Crashes as it is told: crashing-program KIND WHERE REACTIONS.
 //
 // KIND is null-write, bad-jump, stack-overflow, abort, exception, division, trap or
-// heap-corruption; WHERE is main, worker (a thread of vWorkerThread) or arena (a thread of
-// oneTBB's). Every crash is in a function of its own, for its name to be looked for.
+// heap-corruption; WHERE is main, worker (a thread of vWorkerThread), arena (a thread of
+// oneTBB's) or together (three threads at once). Every crash is in a function of its own, for its
+// name to be looked for.
 
 #include <oneapi/tbb/task_arena.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -41,7 +43,7 @@ CRASH void CrashByAbort() {
     std::abort();
 }
 CRASH void CrashByException() {
-    throw g_zero;
+    throw int{g_zero};
 }
 CRASH void CrashByDivision() {
     g_zero = 100 / g_zero;
@@ -112,6 +114,16 @@ int main(int argc, char** argv) {
         ZKL::vWorkerThread worker;
         worker.RunSingle();
         worker.PostJob(ZKL::vTaskDetail::vPooledTask::Create([crash] { crash(); }));
+        std::this_thread::sleep_for(std::chrono::minutes(5));
+    } else if (std::strcmp(argv[2], "together") == 0) {
+        std::atomic<int> missing{3};
+        const auto meetAndCrash = [&] {
+            for (--missing; missing > 0;) {
+            }
+            crash();
+        };
+        const std::thread threads[] = {std::thread(meetAndCrash), std::thread(meetAndCrash),
+                                       std::thread(meetAndCrash)};
         std::this_thread::sleep_for(std::chrono::minutes(5));
     } else {
         RunInArena(crash);

@@ -208,6 +208,12 @@ TEST_F(Crash, DumpsAProcessThatIsWell) {
     EXPECT_EQ(test::ReadText(FindDump(".txt").string()).rfind("==== THREADS ====\n", 0), 0u);
 }
 
+// The others wait, and the end of the first one is theirs.
+TEST_F(Crash, OfThreadsThatCrashTogetherOneIsReported) {
+    EXPECT_EQ(RunProgram("crashing-program.exe null-write together 1").said,
+              "************ Exception catched! Code: c0000005\n");
+}
+
 // A debugger that is not there, and one that ends without attaching, hold nobody up.
 TEST_F(Crash, NobodyWaitsForADebuggerThatIsNotThere) {
     SetEnvironmentVariableA("ZEL_ASKED", nullptr);

@@ -131,11 +131,12 @@ struct vPooledCallable {
 template <typename F>
 vJobHandle vPooledTask::Create(F&& callable) {
     using Callable = std::decay_t<F>;
+    // NOLINTNEXTLINE(misc-redundant-expression): it is so for some types only
     constexpr bool kHeldInline = sizeof(Callable) <= 2 * sizeof(void*) &&
                                  alignof(Callable) <= alignof(void*) &&
                                  std::is_trivially_copyable_v<Callable>;
     constexpr bool kFitsRecord =
-        // NOLINTNEXTLINE(misc-redundant-expression): it is so for some types only
+        // NOLINTNEXTLINE(misc-redundant-expression): as above
         sizeof(Callable) <= kTaskRecordSize && alignof(Callable) <= kTaskRecordAlignment;
     if constexpr (std::is_same_v<Callable, std::function<void()>> || kHeldInline || !kFitsRecord) {
         return CreateNode(std::function<void()>(std::forward<F>(callable)));

@@ -27,8 +27,8 @@ DWORD WINAPI ReactForAnother(void* argument) {
     return React(argument);
 }
 
-void Report(EXCEPTION_POINTERS* pointers) {
-    const ReportTurn turn;
+void Report(EXCEPTION_POINTERS* pointers, bool isTheEnd) {
+    ReportTurn turn;
     if (!turn.IsOurs()) {
         return;
     }
@@ -44,11 +44,14 @@ void Report(EXCEPTION_POINTERS* pointers) {
     } else {
         React(&fault);
     }
+    if (isTheEnd) {
+        turn.KeepToTheEnd();
+    }
 }
 
 LONG WINAPI Filter(EXCEPTION_POINTERS* pointers) {
     if (pointers->ExceptionRecord->ExceptionCode != kHeapCorruption) {
-        Report(pointers);
+        Report(pointers, true);
     }
     return EXCEPTION_CONTINUE_SEARCH;
 }
@@ -57,7 +60,7 @@ LONG WINAPI Filter(EXCEPTION_POINTERS* pointers) {
 // who want to hear of an exception first.
 LONG WINAPI OnException(EXCEPTION_POINTERS* pointers) {
     if (pointers->ExceptionRecord->ExceptionCode == kHeapCorruption) {
-        Report(pointers);
+        Report(pointers, false);
     }
     return EXCEPTION_CONTINUE_SEARCH;
 }
@@ -75,7 +78,7 @@ void OnAbort(int signal) {
     record.ExceptionFlags = EXCEPTION_NONCONTINUABLE;
     record.ExceptionAddress = reinterpret_cast<void*>(context.Rip);
     EXCEPTION_POINTERS pointers = {&record, &context};
-    Report(&pointers);
+    Report(&pointers, false);
     if (s_earlierAbort != SIG_DFL && s_earlierAbort != SIG_IGN) {
         s_earlierAbort(signal);
     }
