@@ -79,7 +79,8 @@ private:
 
     void* AllocSlowly(std::uint32_t size, std::uint32_t alignment);
     bool TakeBlock(std::uint32_t size);
-    void SetUsed(std::uintptr_t p, std::uint32_t size) { used_ = p + size - blockBegin_; }
+    // In this order the addition does not wait for the address.
+    void SetUsed(std::uintptr_t p, std::uint32_t size) { used_ = p + (size - blockBegin_); }
     void SetBlock(std::uintptr_t begin, std::uintptr_t end, std::uint64_t used);
 
     vPageAllocator* backend_ = nullptr;
