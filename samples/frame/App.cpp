@@ -1,9 +1,11 @@
 #include "App.h"
 
+#include <algorithm>
 #include <cinttypes>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
 #include <utility>
 
@@ -92,11 +94,16 @@ int RunServices(const Options& options, const ZKL::vRefPtr<Mesh>& mesh,
                 std::uint64_t loadingBytes) {
     ZKL::vLifeCycleManager services;
     auto* const workers = new WorkerService(options.workers);
-    services.RegisterModule(new ZKL::vLoggerLifeCycle, "log flusher");
-    services.RegisterModule(new LogService(options), "log channels");
-    services.RegisterModule(new ProfilerService(options), "profiler");
-    services.RegisterModule(new TaskService, "task manager");
-    services.RegisterModule(workers, "workers");
+    const std::pair<ZKL::vLifeCycleModule*, const char*> all[] = {
+        {new ZKL::vLoggerLifeCycle, "log flusher"},
+        {new LogService(options), "log channels"},
+        {new ProfilerService(options), "profiler"},
+        {new TaskService, "task manager"},
+        {workers, "workers"},
+    };
+    for (const auto& [service, name] : all) {
+        services.RegisterModule(service, name);
+    }
 
     Summaries summary;
     std::string error;
@@ -108,6 +115,12 @@ int RunServices(const Options& options, const ZKL::vRefPtr<Mesh>& mesh,
         done = Render(options, mesh, loadingBytes, *workers, summary, error);
     } else {
         error = "a service does not start; the log names it";
+        // TerminateModules acts only once all have started.
+        std::for_each(std::rbegin(all), std::rend(all), [](const auto& entry) {
+            if (entry.first->IsInitialized()) {
+                entry.first->Terminate();
+            }
+        });
     }
     if (!services.TerminateModules() && done) {
         done = false;
