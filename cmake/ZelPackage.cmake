@@ -80,6 +80,31 @@ if(ZEL_BUILD_TOOLS)
     DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT tools FILES_MATCHING PATTERN "*.1")
 endif()
 
+# Nobody else brings oneTBB and the compiler's run-time libraries to Windows.
+if(WIN32)
+  foreach(library IN ITEMS libstdc++-6 libgcc_s_seh-1 libwinpthread-1)
+    execute_process(COMMAND "${CMAKE_CXX_COMPILER}" "-print-file-name=${library}.dll"
+      OUTPUT_VARIABLE zel_runtime OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+    install(FILES "${zel_runtime}" DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT runtime)
+  endforeach()
+  # All of oneTBB's libraries: its CMake file wants to see them all.
+  install(DIRECTORY "${ZEL_WINDOWS_DEPS}/bin/" DESTINATION "${CMAKE_INSTALL_BINDIR}"
+    COMPONENT runtime FILES_MATCHING PATTERN "libtbb*.dll")
+  install(DIRECTORY "${ZEL_WINDOWS_DEPS}/include/oneapi" "${ZEL_WINDOWS_DEPS}/include/tbb"
+    DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT dev)
+  file(GLOB zel_tbb_imports "${ZEL_WINDOWS_DEPS}/lib/libtbb*.dll.a")
+  install(FILES ${zel_tbb_imports} DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT dev)
+  install(FILES "${ZEL_WINDOWS_DEPS}/lib/pkgconfig/tbb.pc"
+    DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT dev)
+  install(DIRECTORY "${ZEL_WINDOWS_DEPS}/lib/cmake/TBB"
+    DESTINATION "${CMAKE_INSTALL_LIBDIR}/cmake" COMPONENT dev)
+  # Their licences, as the distribution that they come from tells them.
+  foreach(package IN ITEMS libtbb-dev gcc-mingw-w64-x86-64-posix-runtime mingw-w64-x86-64-dev)
+    install(FILES "/usr/share/doc/${package}/copyright" RENAME "${package}.txt" OPTIONAL
+      DESTINATION "${zel_doc_dir}/licences" COMPONENT runtime)
+  endforeach()
+endif()
+
 set(CPACK_PACKAGE_NAME "zelrekernel")
 set(CPACK_PACKAGE_VENDOR "the ZelREKernel authors")
 set(CPACK_PACKAGE_CONTACT "the ZelREKernel authors <noreply@localhost>")
@@ -92,6 +117,7 @@ if(WIN32)
   # One archive holds both: there is no package manager to join them.
   set(CPACK_GENERATOR ZIP)
   set(CPACK_ARCHIVE_COMPONENT_INSTALL ON)
+  set(CPACK_COMPONENT_INCLUDE_TOPLEVEL_DIRECTORY ON)
   set(CPACK_COMPONENTS_GROUPING ALL_COMPONENTS_IN_ONE)
 else()
   set(CPACK_GENERATOR DEB)
