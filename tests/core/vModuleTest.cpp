@@ -5,11 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "ZelREKernel/core/vKernelModule.h"
-
 namespace {
 
-using ZKL::vKernelModule;
 using ZKL::vModule;
 
 constexpr auto kEPointer = static_cast<std::int32_t>(0x80004003);
@@ -112,20 +109,6 @@ TEST(vModule, StaysUpWhenItCannotEndAndComesBackFromWantOfMemory) {
     EXPECT_EQ(PhaseModule::Terminate(), kEPointer);
     EXPECT_EQ(PhaseModule::Clean(), kEPointer);
     PhaseModule::Reset();
-}
-
-TEST(vKernelModule, GoesUpAndDown) {
-    const vModule::ModuleContext context{1};
-    for (int round = 0; round < 2; ++round) {
-        EXPECT_FALSE(vKernelModule::IsInitialized());
-        EXPECT_EQ(vKernelModule::Terminate(), kEUnexpected);
-        EXPECT_EQ(vKernelModule::Clean(), kEUnexpected);
-        EXPECT_EQ(vKernelModule::Initialize(context), 0);
-        EXPECT_EQ(vKernelModule::Initialize(context), 1247);
-        EXPECT_TRUE(vKernelModule::IsInitialized());
-        EXPECT_EQ(vKernelModule::Clean(), 0);
-        EXPECT_EQ(vKernelModule::Terminate(), 0);
-    }
 }
 
 }  // namespace

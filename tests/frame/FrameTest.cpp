@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <fstream>
 #include <iomanip>
 #include <nlohmann/json.hpp>
@@ -78,37 +77,6 @@ TEST(Frames, PicturesAreTheSameBytesEverywhere) {
     const std::vector<std::uint64_t> hashes = RunPlainly(TestModel(), {200, 120});
     EXPECT_EQ(hashes.front(), 6264660055233473328u);
     EXPECT_EQ(hashes.back(), 17704541496911126890u);
-}
-
-// Every second buffer goes, one lies in a page of its own: the others keep what they hold.
-TEST(Buffers, KeepTheirBytesWhenMovedTogether) {
-    {
-        frame::BufferPool pool(1);
-        std::vector<frame::BufferPool::Buffer> buffers;
-        const auto size = [](std::size_t i) {
-            return i == 8 ? 17'000'000 : 1'000'001 * (i % 3 + 1);
-        };
-        for (std::size_t i = 0; i < 32; ++i) {
-            buffers.push_back(pool.Create(size(i)));
-            std::memset(pool.Data(buffers[i]), static_cast<int>(i), size(i));
-        }
-        for (std::size_t i = 1; i < buffers.size(); i += 2) {
-            pool.Destroy(buffers[i]);
-        }
-        EXPECT_GT(pool.Read().freeRanges, pool.Read().pages);
-        pool.Defragment();
-        EXPECT_LT(pool.Read().freeRanges, pool.Read().pages);
-        for (std::size_t i = 0; i < buffers.size(); i += 2) {
-            const auto* bytes = static_cast<const char*>(pool.Data(buffers[i]));
-            EXPECT_EQ(
-                static_cast<std::size_t>(std::count(bytes, bytes + size(i), static_cast<char>(i))),
-                size(i))
-                << i;
-            EXPECT_EQ(reinterpret_cast<std::uintptr_t>(bytes) % 128, 0u);
-        }
-        EXPECT_THROW(pool.Create(std::size_t{1} << 32), std::bad_alloc);
-    }
-    ZKL::DestroyAllocator();
 }
 
 std::vector<std::uint8_t> ReadPng(const std::string& path, png_image& image) {

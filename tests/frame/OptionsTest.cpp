@@ -47,18 +47,6 @@ TEST(Options, BadOnesAreNamed) {
     }
 }
 
-TEST(Options, GoodOnesReachTheirFields) {
-    Options options;
-    std::string error;
-    ASSERT_EQ(
-        Parse({"--size", "640x360", "--model", "a b.glb", "--out=x=y", "--help"}, options, error),
-        ParseResult::Help);
-    EXPECT_EQ(options.width, 640u);
-    EXPECT_EQ(options.height, 360u);
-    EXPECT_EQ(options.model, "a b.glb");
-    EXPECT_EQ(options.out, "x=y");
-}
-
 TEST(ControlVars, GoodOnesAreSetAndListedBadOnesNamed) {
     std::string error;
     EXPECT_TRUE(frame::ApplyControlVars({"exposure=2.5", "shadows=0", "turn.frames=7"}, error));

@@ -120,36 +120,4 @@ TEST(Raster, ClippingKeepsWhatIsInFrontOfTheEye) {
     EXPECT_TRUE(triangles.empty());
 }
 
-// Three triangles that lean through each other: whatever the order of drawing, the nearest wins,
-// and that one is what a look at the planes themselves says.
-TEST(Raster, DepthDoesNotHangOnTheOrder) {
-    const std::vector<TransformedVertex> vertices = {
-        At(-1.5f, -1.5f, 1.0f), At(1.5f, -1.3f, 4.0f), At(0.1f, 1.7f, 2.0f),
-        At(-1.4f, 1.2f, 1.2f),  At(1.6f, 1.1f, 3.0f),  At(0.3f, -1.6f, 1.1f),
-        At(-1.7f, 0.2f, 5.0f),  At(1.4f, 1.5f, 0.9f),  At(1.2f, -1.4f, 1.6f)};
-    Vector<ScreenTriangle> triangles;
-    for (const std::uint32_t first : {0u, 3u, 6u}) {
-        Clip(vertices, first, first + 1, first + 2, triangles);
-    }
-    ASSERT_EQ(triangles.size(), 3u);
-    std::vector<std::uint32_t> order = {0, 1, 2};
-    std::vector<std::uint32_t> expected;
-    const auto buffer = std::make_unique<TileBuffer>();
-    do {
-        buffer->Start({0, 0, kSide, kSide});
-        for (const std::uint32_t each : order) {
-            buffer->Draw(triangles[each], each);
-        }
-        const std::uint32_t* const owners = buffer->Owners(0, 0);
-        const std::vector<std::uint32_t> seen(owners, owners + kSamples);
-        if (expected.empty()) {
-            expected = seen;
-            for (const std::uint32_t owner : {0u, 1u, 2u, TileBuffer::kNobody}) {
-                EXPECT_GT(std::count(seen.begin(), seen.end(), owner), 10) << owner;
-            }
-        }
-        EXPECT_EQ(seen, expected);
-    } while (std::next_permutation(order.begin(), order.end()));
-}
-
 }  // namespace

@@ -14,35 +14,6 @@ namespace {
 
 using logview::Options;
 
-TEST(LogView, ReadsItsCommandLine) {
-    const struct {
-        std::vector<const char*> arguments;
-        logview::ParseResult result;
-        const char* error;
-    } cases[] = {
-        {{"--level", "error", "--port", "65535", "10.0.0.1"}, logview::ParseResult::Run, ""},
-        {{"--once", "-h"}, logview::ParseResult::Help, ""},
-        {{"--port", "0"}, logview::ParseResult::Bad, "--port needs a number from 1 to 65535"},
-        {{"--port", "80x"}, logview::ParseResult::Bad, "--port needs a number from 1 to 65535"},
-        {{"--level", "ERR"},
-         logview::ParseResult::Bad,
-         "--level needs DEBUG, WARNING, PROFILING, INFO, ERROR or RELEASE"},
-        {{"--wait"}, logview::ParseResult::Bad, "--wait needs a number of seconds"},
-        {{"--colour", "red"}, logview::ParseResult::Bad, "--colour needs auto, always or never"},
-        {{"--color"}, logview::ParseResult::Bad, "unknown argument --color"},
-        {{"a", "b"}, logview::ParseResult::Bad, "unknown argument b"},
-    };
-    for (const auto& c : cases) {
-        std::vector<const char*> argv = {"zkl-logview"};
-        argv.insert(argv.end(), c.arguments.begin(), c.arguments.end());
-        Options options;
-        std::string error;
-        EXPECT_EQ(logview::ParseOptions(static_cast<int>(argv.size()), argv.data(), options, error),
-                  c.result);
-        EXPECT_EQ(error, c.error);
-    }
-}
-
 // However the network cuts the bytes, the lines are the same; the mark ends a log only at its end.
 TEST(LogView, CutsLinesAtEveryPlace) {
     const std::string sent = "[INFO]\t : a\nit said --KILL_SOCKET--\n\nlast --KILL_SOCKET--";

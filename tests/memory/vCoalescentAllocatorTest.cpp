@@ -220,44 +220,6 @@ TEST(vCoalescentAllocator, FollowsItsModelOnRandomTraces) {
     }
 }
 
-// More ranges than the plain model can walk: every other identifier, freed and merged in any order.
-TEST(vCoalescentAllocator, KeepsAHundredThousandRangesInOrder) {
-    constexpr std::uint32_t kCount = 200000;
-    std::mt19937 random(1);
-    vCoalescentAllocator ids(kCount);
-    EXPECT_EQ(ids.Alloc(kCount), 0U);
-    std::vector<std::uint32_t> order;
-    for (std::uint32_t id = 0; id < kCount; id += 2) {
-        order.push_back(id);
-    }
-    std::shuffle(order.begin(), order.end(), random);
-    for (const std::uint32_t id : order) {
-        ids.Free(id, 1);
-    }
-    ASSERT_EQ(ids.GetNumFreeBlocks(), kCount / 2);
-    for (std::uint32_t i = 0; i < kCount / 2; ++i) {
-        std::uint32_t begin = 0;
-        std::uint32_t end = 0;
-        ids.GetFreeBlock(i, begin, end);
-        ASSERT_EQ(begin, 2 * i);
-        ASSERT_EQ(end, 2 * i + 1);
-    }
-    for (std::uint32_t i = 0; i < kCount / 4; ++i) {
-        ASSERT_EQ(ids.Alloc(1), 2 * i);
-        order[i] = 2 * i;  // live again
-    }
-    order.resize(kCount / 4);
-    for (std::uint32_t id = 1; id < kCount; id += 2) {
-        order.push_back(id);
-    }
-    std::shuffle(order.begin(), order.end(), random);
-    for (const std::uint32_t id : order) {
-        ids.Free(id, 1);
-    }
-    EXPECT_EQ(ids.GetNumFreeBlocks(), 1U);
-    EXPECT_EQ(ids.Alloc(kCount), 0U);
-}
-
 TEST(vCoalescentAllocator, AnswersTheOddQuestions) {
     vCoalescentAllocator ids;
     EXPECT_EQ(ids.GetSize(), 1073741824U);

@@ -152,21 +152,6 @@ TEST(vFrameAllocator, FollowsItsModelOnRandomTraces) {
     }
 }
 
-TEST(vFrameAllocator, CountsAnOversizedFrameUpToTwoThirds) {
-    for (const auto& [inUse, isOversized] : {std::pair(86, true), {87, false}}) {
-        Backing backing;
-        Arena arena(&backing);
-        for (int frame = 0; frame < 34; ++frame) {
-            EXPECT_EQ(backing.live, frame == 0 ? 0 : 129);
-            for (int page = 0; page < (frame == 0 ? 129 : inUse); ++page) {
-                arena.Alloc(kPage - 1, 1);
-            }
-            arena.Reset();
-        }
-        EXPECT_EQ(backing.live, isOversized ? 0 : 129);
-    }
-}
-
 TEST(vFrameAllocator, HasPagesOf4MiBAndRefusesWhatNoAllocatorGives) {
     ZKL::vFrameAllocator arena;
     auto* const first = static_cast<char*>(arena.Alloc(10, 16));

@@ -196,19 +196,6 @@ TEST_F(Profiler, KeepsMetaDataForEveryFile) {
     EXPECT_EQ(Flush("M").back()["name"], "");
 }
 
-TEST_F(Profiler, AddsFlushesToOneFile) {
-    manager_.TurnOn();
-    for (std::size_t flush = 1; flush <= 3; ++flush) {
-        { const vScopedProfiler scope(outer_); }
-        EXPECT_EQ(FlushShort("B").size(), flush);
-    }
-    EXPECT_EQ(FlushShort("i").size(), 8u);
-    EXPECT_EQ(FlushShort("i").back(), "i:EndFlushProfiler");
-    manager_.TurnOff();
-    manager_.CloseTrace();
-    EXPECT_TRUE(FlushShort("BEi").empty()) << "a new file, and nothing left to write";
-}
-
 TEST_F(Profiler, KeepsRecordsWhenTheFileCannotBeOpened) {
     manager_.SetTraceDirectory(directory_.File("missing").c_str());
     manager_.TurnOn();

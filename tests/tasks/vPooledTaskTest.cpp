@@ -91,49 +91,6 @@ TEST_F(vPooledTaskTest, EmptyFunctionsThrow) {
     }
 }
 
-TEST_F(vPooledTaskTest, RecordsComeBackLastInFirstOut) {
-    constexpr std::size_t kCount = 1000;
-    std::vector<vJobHandle> jobs;
-    std::vector<const vPooledTask*> given;
-    for (std::size_t i = 0; i < kCount; ++i) {
-        jobs.push_back(vPooledTask::CreateNode({}));
-    }
-    while (!jobs.empty()) {
-        given.push_back(jobs.back().get());
-        jobs.pop_back();
-        if (given.size() % 3 == 0) {  // some in between, so that takes and gives mix
-            jobs.push_back(vPooledTask::CreateNode({}));
-            EXPECT_EQ(jobs.back().get(), given.back());
-            jobs.pop_back();
-        }
-    }
-    for (; !given.empty(); given.pop_back()) {
-        jobs.push_back(vPooledTask::CreateNode({}));
-        ASSERT_EQ(jobs.back().get(), given.back());
-    }
-}
-
-TEST_F(vPooledTaskTest, BlocksHoldSixteenRecords) {
-    std::vector<vJobHandle> jobs;
-    const auto grow = [&] {
-        const std::uint64_t blocks = CountJobRecords().blocks;
-        std::size_t taken = 0;
-        while (CountJobRecords().blocks == blocks) {
-            jobs.push_back(vPooledTask::CreateNode({}));
-            ++taken;
-        }
-        return taken;
-    };
-    // Uses up what is free, uncounted: counting takes as long as earlier tests left blocks.
-    const auto counts = CountJobRecords();
-    while (jobs.size() + static_cast<std::uint64_t>(counts.live) < counts.blocks * 16) {
-        jobs.push_back(vPooledTask::CreateNode({}));
-    }
-    grow();
-    EXPECT_EQ(grow(), 16U);
-    EXPECT_EQ(grow(), 16U);
-}
-
 // A thread's free records are for others when it ends, and those it gave away come back to use.
 TEST_F(vPooledTaskTest, EndingThreadsLoseNoRecords) {
     std::uint64_t blocks = 0;

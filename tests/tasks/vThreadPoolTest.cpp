@@ -118,17 +118,6 @@ TEST_F(vThreadPoolTest, OneThreadTakesFirstInFirstOut) {
     EXPECT_EQ(order, expected);
 }
 
-TEST_F(vThreadPoolTest, NoThreadsRunNothing) {
-    bool ran = false;
-    {
-        vThreadPool pool(0);
-        pool.AddTask(MakeTask([&] { ran = true; }));
-        pool.Stop();
-        EXPECT_EQ(s_liveJobs, 1);
-    }
-    EXPECT_FALSE(ran);
-}
-
 // Records what happens to a job, in order, by its words.
 struct Story {
     std::mutex mutex;

@@ -129,19 +129,6 @@ TEST_F(vWorkerThreadTest, DestructionDestroysUnservedJobsUnrun) {
     EXPECT_EQ(Ran(), "");
 }
 
-TEST_F(vWorkerThreadTest, BusyPoolServesLastInFirstOut) {
-    vWorkerThread worker;
-    worker.RunPool(1);
-    worker.PostJob(GatedLetter('a'));
-    AwaitRan(1);
-    worker.PostJob(Letter('b'));
-    worker.PostJob(Letter('c'));
-    worker.PostJob(Letters("def"));
-    OpenGate();
-    AwaitRan(6);
-    EXPECT_EQ(Ran(), "afedcb");
-}
-
 // What the only thread posts itself and what others post meanwhile are one stack.
 TEST_F(vWorkerThreadTest, OneStackForPostsFromInsideAndOutside) {
     vWorkerThread worker;
