@@ -5,6 +5,7 @@
 #include <oneapi/tbb/task_scheduler_observer.h>
 #include <oneapi/tbb/version.h>
 
+#include <atomic>
 #include <chrono>
 #include <new>
 #include <thread>
@@ -79,19 +80,21 @@ public:
     }
 
     tbb::task_arena& Get() {
-        // An arena that has been started again has no observer.
-        if (scheduling_->arena.is_active() && !scheduling_->stacks.is_observing()) {
-            scheduling_->stacks.observe(true);
+        // An arena that has been started again loses its observer when the last thread has left
+        // what it was before; until then that one tells of their leaving.
+        if (scheduling_->arena.is_active() && !scheduling_->stacks.is_observing() &&
+            !isSetting_.exchange(true)) {
+            if (!scheduling_->stacks.is_observing()) {
+                scheduling_->stacks.observe(true);
+            }
+            isSetting_ = false;
         }
         return scheduling_->arena;
-    }
-    void Terminate() {
-        scheduling_->stacks.observe(false);
-        scheduling_->arena.terminate();
     }
 
 private:
     Scheduling* const scheduling_ = new Scheduling;
+    std::atomic<bool> isSetting_ = false;  // the observer, one thread at a time
 };
 
 Arena& TheArena() {
@@ -106,7 +109,7 @@ tbb::task_arena& vThreadPoolManager::GetTBBThreadPool(unsigned int) {
 }
 
 void vThreadPoolManager::DestroyThreadPool() {
-    TheArena().Terminate();
+    TheArena().Get().terminate();
 }
 
 }  // namespace ZKL

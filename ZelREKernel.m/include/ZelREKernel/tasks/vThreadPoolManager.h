@@ -19,7 +19,8 @@ public:
 
     // The arena, the same one whatever `index` says. It belongs to this library, which starts it on
     // the first call. Ask for it anew rather than keep the reference: after DestroyThreadPool, it
-    // is a call made while the arena works again that gives its threads a stack for crash reports.
+    // is the calls made while the arena works again that see to its threads' stacks for crash
+    // reports.
     static tbb::task_arena& GetTBBThreadPool(unsigned int index);
 
     // Gives the arena's threads back to oneTBB; the next work starts it again. An arena that is not
