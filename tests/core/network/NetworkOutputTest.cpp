@@ -148,22 +148,18 @@ TEST_F(NetworkOutput, FinishesALineThatATimeOutCutAndDropsOthersWhole) {
     EXPECT_TRUE(text.starts_with(large + "last\n"));
 }
 
-TEST_F(NetworkOutput, FreesThePortForASecondOneThatWaits) {
+TEST_F(NetworkOutput, FreesThePortAndLeavesASecondOneSilent) {
     for (int round = 0; round < 3; ++round) {
         vLoggerOutput* const output = vLoggerOutput::Create("network");
         MekSockets* const viewer = Connect();  // so it listens
         ASSERT_NE(viewer, nullptr);
         vLoggerOutput* const second = vLoggerOutput::Create("network");
         second->Write("silent\n");
+        second->Release();
         output->Release();
         delete viewer;
-        MekSockets* const next = Connect();
-        ASSERT_NE(next, nullptr);
-        delete next;
-        second->Release();
-        // Windows keeps it from others until the last connection is through with its closing.
         MekSocketConnector probe(kPort, 1, 2);
-        EXPECT_TRUE(test::WaitUntil([&] { return probe.Declare() == kMekOk; })) << round;
+        EXPECT_EQ(probe.Declare(), kMekOk) << round;
     }
 }
 
