@@ -223,9 +223,16 @@ TEST(vBestFitAllocator, DoesWithoutAClient) {
     EXPECT_EQ(allocator.GetBlock(0, 5).offset, Allocator::kFree);
     EXPECT_EQ(allocator.GetBlock(1, 0).offset, Allocator::kFree);
 
-    const Allocator taken = std::move(allocator);
+    Allocator taken = std::move(allocator);
+    Allocator& alias = taken;
+    taken = std::move(alias);
     EXPECT_EQ(taken.GetNumPages(), 1U);
+    EXPECT_TRUE(taken.Validate());
+    // What was moved from begins anew.
     EXPECT_EQ(allocator.GetNumPages(), 0U);  // NOLINT(bugprone-use-after-move)
+    EXPECT_EQ(allocator.Alloc(100, 7, false, false), (Address{0, 0}));
+    EXPECT_EQ(allocator.GetFreeSize(), 924U);
+    EXPECT_TRUE(allocator.Validate());
 }
 
 TEST(vBestFitAllocator, ReadsOnlyWholeTextsWhateverTheStreamsSettings) {
@@ -289,6 +296,9 @@ TEST(vBestFitAllocator, KnowsATextThatContradictsItself) {
         {"10 30 0 9 1 10 25 " + page + "1 10 10 0 1 7", true, false},  // recycled, does not exist
         {"10 30 0 9 2 10 25 " + page + "0 0 0 1 10 10 0 2 1 1", true, false},  // recycled twice
         {"10 30 0 9 1 10 25 " + page + "2 10 10 0 10 0 0 0", false, false},
+        {"20 30 0 9 1 20 25 4 0 1 5 18446744073709551615 15 18446744073709551615 25 "
+         "18446744073709551615 2 5 10 0 15 10 0 0",
+         true, false},  // free blocks side by side
     };
     for (const auto& c : cases) {
         Allocator allocator = Read(c.text);

@@ -3,9 +3,11 @@
 #include <MekHost/process/MekEnvironment.h>
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <iostream>
 #include <utility>
 
+#include "ZelREKernel/memory/vAlignedAllocatorWrapper.h"
 #include "ZelREKernel/memory/vAllocatorSwitch.h"
 #include "ZelREKernel/memory/vLinearAllocator.h"
 #include "ZelREKernel/memory/vMemoryResource.h"
@@ -231,6 +233,11 @@ TEST(ArenasDeathTest, PoisonWhatTheyTookBack) {
     EXPECT_DEATH(inLinear[24] = 1, "use-after-poison");
     linear.Rewind(point);
     EXPECT_DEATH(inLinear[0] = 1, "use-after-poison");
+    // A block is its backend's again when it is left, with what lay between allocations.
+    auto* const gap = static_cast<volatile char*>(linear.Alloc(1, 8));
+    linear.Alloc(8, 64);
+    linear.Alloc(5000000, 8);
+    gap[1] = 1;
     linear.Reset();
     ZKL::DestroyAllocator();
 }
@@ -253,6 +260,34 @@ TEST(vMemoryResource, TakesContainersMemoryFromItsAllocator) {
     EXPECT_EQ(resource, ZKL::vMemoryResource(&inner));
     EXPECT_NE(resource, ZKL::vMemoryResource(ZKL::DefaultAllocator()));
     EXPECT_NE(resource, *std::pmr::new_delete_resource());
+}
+
+TEST(vMemoryResource, KeepsToLargeAlignments) {
+    // An arena's block has no room for an alignment above its own.
+    ZKL::vFrameAllocator frame(4096, 16);
+    ZKL::vMemoryResource resource(&frame);
+    for (const std::size_t alignment : {32U, 256U, 4096U}) {
+        auto* const p = static_cast<char*>(resource.allocate(4096 - 16, alignment));
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(p) % alignment, 0U);
+        std::memset(p, 1, 4096 - 16);
+    }
+    // Two different alignments have no bit in common, which leaves this one with the heap's.
+    RecordingAllocator inner;
+    ZKL::vAlignedAllocatorWrapper wrapper(&inner, 64);
+    ZKL::vMemoryResource careless(&wrapper);
+    void* kept[8] = {};
+    for (void*& p : kept) {
+        try {
+            p = careless.allocate(32, 2048);
+            EXPECT_EQ(reinterpret_cast<std::uintptr_t>(p) % 2048, 0U);
+        } catch (const std::bad_alloc&) {
+        }
+    }
+    EXPECT_LT(inner.live, 8) << "eight blocks of the heap, all at multiples of 2048";
+    for (void* const p : kept) {
+        careless.deallocate(p, 32, 2048);
+    }
+    EXPECT_EQ(inner.live, 0);
 }
 
 }  // namespace

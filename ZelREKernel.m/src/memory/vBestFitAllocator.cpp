@@ -12,8 +12,27 @@ void vBestFitAllocator::vMemoryManager::Reserved() {}
 vBestFitAllocator::vBestFitAllocator() noexcept = default;
 vBestFitAllocator::vBestFitAllocator(std::uint64_t pageSize, vMemoryManager* memoryManager) noexcept
     : pageSize_(pageSize), memoryManager_(memoryManager) {}
-vBestFitAllocator::vBestFitAllocator(vBestFitAllocator&& other) noexcept = default;
-vBestFitAllocator& vBestFitAllocator::operator=(vBestFitAllocator&& other) noexcept = default;
+vBestFitAllocator::vBestFitAllocator(vBestFitAllocator&& other) noexcept {
+    *this = std::move(other);
+}
+
+vBestFitAllocator& vBestFitAllocator::operator=(vBestFitAllocator&& other) noexcept {
+    if (this != &other) {
+        pageSize_ = other.pageSize_;
+        memoryManager_ = other.memoryManager_;
+        freeSize_ = std::exchange(other.freeSize_, 0);
+        maxPageFreeSize_ = std::exchange(other.maxPageFreeSize_, 0);
+        maxPageFreeIndex_ = std::exchange(other.maxPageFreeIndex_, kFree);
+        contradictory_ = std::exchange(other.contradictory_, false);
+        // Before the pool that their pieces are of.
+        pages_ = std::exchange(other.pages_, {});
+        freeBlocks_ = std::move(other.freeBlocks_);
+        recycledPages_ = std::exchange(other.recycledPages_, {});
+        pool_ = std::move(other.pool_);
+    }
+    return *this;
+}
+
 vBestFitAllocator::~vBestFitAllocator() = default;
 
 vBestFitAllocator::vBestFitAllocator(const vBestFitAllocator& other)

@@ -180,8 +180,8 @@ bool vBestFitAllocator::ListIsValid(const Page& page) {
 }
 
 // What the operations rely on beyond Validate: the free blocks of the lists and the entries of the
-// index are the same ones, each page's sum is right, and the recycled pages are distinct empty
-// ones.
+// index are the same ones, no two of them touch, each page's sum is right, and the recycled pages
+// are distinct empty ones.
 bool vBestFitAllocator::IsConsistent() const {
     if (!Validate()) {
         return false;
@@ -190,20 +190,26 @@ bool vBestFitAllocator::IsConsistent() const {
     for (std::uint64_t i = 0; i < pages_.size(); ++i) {
         const Page& page = pages_[i];
         std::uint64_t sum = 0;
+        bool afterFree = false;
         if (page.blocks.Empty() ? page.size != 0 : page.size == 0) {
             return false;
         }
         for (auto block = page.blocks.begin(); block != page.blocks.end();) {
             const Block from = *block;
-            if (++block != page.blocks.end() && from.userData == kFree) {
+            if (++block == page.blocks.end()) {
+                break;
+            }
+            const bool isFree = from.userData == kFree;
+            if (isFree) {
                 FreePlace place;
                 const FreeBlock entry{block->offset - from.offset, from.offset, i};
-                if (!FreeLookup(entry, place)) {
+                if (afterFree || !FreeLookup(entry, place)) {
                     return false;
                 }
                 sum += entry.size;
                 ++found;
             }
+            afterFree = isFree;
         }
         if (sum != page.freeSize) {
             return false;

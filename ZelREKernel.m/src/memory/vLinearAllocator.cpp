@@ -80,9 +80,9 @@ bool vLinearAllocator::TakeBlock(std::uint32_t size) {
 }
 
 // Moves on to another block. The one that is left goes back to its backend sooner or later, when
-// nobody knows its bounds any more: the poison comes off now.
+// nobody knows its bounds any more: the poison comes off now, that between allocations as well.
 void vLinearAllocator::SetBlock(std::uintptr_t begin, std::uintptr_t end, std::uint64_t used) {
-    detail::Unpoison(blockBegin_ + used_, blockEnd_);
+    detail::Unpoison(blockBegin_, blockEnd_);
     blockBegin_ = begin;
     blockEnd_ = end;
     used_ = used;

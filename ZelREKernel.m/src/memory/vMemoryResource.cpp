@@ -1,19 +1,33 @@
 #include "ZelREKernel/memory/vMemoryResource.h"
 
+#include <cstdint>
 #include <limits>
 #include <new>
 
 namespace ZKL {
+namespace {
+
+// What the blocks of every arena are aligned to. A larger alignment may cost room at the beginning
+// of a block, which arenas leave to the caller to ask for; a container knows nothing of that.
+constexpr std::size_t kBlockAlignment = alignof(std::max_align_t);
+
+}  // namespace
 
 vMemoryResource::~vMemoryResource() = default;
 
 void* vMemoryResource::do_allocate(std::size_t bytes, std::size_t alignment) {
     constexpr std::size_t kMost = std::numeric_limits<std::uint32_t>::max();
-    void* const p = bytes <= kMost && alignment <= kMost
-                        ? allocator_->Allocate(static_cast<std::uint32_t>(bytes),
-                                               static_cast<std::uint32_t>(alignment))
-                        : nullptr;
+    const std::size_t slack = alignment > kBlockAlignment ? alignment : 0;
+    if (slack > kMost || bytes > kMost - slack) {
+        throw std::bad_alloc();
+    }
+    void* const p = allocator_->Allocate(static_cast<std::uint32_t>(bytes + slack),
+                                         static_cast<std::uint32_t>(alignment));
     if (p == nullptr) {
+        throw std::bad_alloc();
+    }
+    if (reinterpret_cast<std::uintptr_t>(p) % alignment != 0) {
+        allocator_->Free(p);
         throw std::bad_alloc();
     }
     return p;

@@ -21,7 +21,8 @@ public:
     ~vMallocAllocator() override;
 
     // Aligned to the larger of `alignment` and this allocator's own. A size of 0 gives a block of
-    // its own. An alignment that is no power of two is reported as misuse and gives null.
+    // its own. Where the larger of the two is no power of two, that is reported as misuse and gives
+    // null.
     void* AllocateImpl(std::uint32_t size, std::uint32_t alignment) override;
     // Takes a block of any vMallocAllocator, on any thread; null is ignored.
     void FreeImpl(void* p) override;

@@ -54,6 +54,7 @@ public:
     // The copy has the same memory manager, so only one of the two may go on. May throw
     // std::bad_alloc.
     ZELREKERNEL_EXPORT vBestFitAllocator(const vBestFitAllocator& other);
+    // `other` is left without pages, with its page size and memory manager.
     ZELREKERNEL_EXPORT vBestFitAllocator(vBestFitAllocator&& other) noexcept;
     // As the copy and the move; what was managed before is forgotten, and no page is released:
     ZELREKERNEL_EXPORT vBestFitAllocator& operator=(const vBestFitAllocator& other);

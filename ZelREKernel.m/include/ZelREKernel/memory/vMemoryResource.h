@@ -24,8 +24,9 @@ public:
     vAllocator* Allocator() const noexcept { return allocator_; }
 
 private:
-    // Throws std::bad_alloc where the allocator says null, and for 4 GiB or more, which it cannot
-    // be asked for.
+    // Throws std::bad_alloc where the allocator says null or does not keep to `alignment`, and for
+    // 4 GiB or more, which it cannot be asked for. Above the heap's own alignment it is asked for
+    // `alignment` bytes more, as arenas want it.
     void* do_allocate(std::size_t bytes, std::size_t alignment) override;
     void do_deallocate(void* p, std::size_t bytes, std::size_t alignment) override;
     // Memory from one may go back through another over the same allocator.
