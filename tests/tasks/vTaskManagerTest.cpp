@@ -105,6 +105,21 @@ TEST_F(vTaskManagerTest, DestroyInstanceWaitsForWhatIsInTheSlots) {
               "[ERROR]\t : vTaskManager : work failed : nobody waits\n");
 }
 
+TEST_F(vTaskManagerTest, WorkThatDestroyInstanceWaitsForFindsTheInstance) {
+    std::atomic<bool> isDestroying = false;
+    std::atomic<int> done = 0;
+    Manager().Run(eAsyncTask3, [&] {
+        while (!isDestroying) {
+            std::this_thread::yield();
+        }
+        Manager().Run(eAsyncTask0, [&] { ++done; });  // in a slot that was empty
+        ++done;
+    });
+    isDestroying = true;
+    EXPECT_TRUE(vTaskManager::DestroyInstance());
+    EXPECT_EQ(done, 2);
+}
+
 TEST_F(vTaskManagerTest, TheWaitShowsInTheTrace) {
     const test::TempDir directory;
     ZKL::vProfilerManager& profiler = ZKL::vProfilerManager::CreateInstance();

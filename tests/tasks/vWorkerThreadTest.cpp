@@ -3,6 +3,7 @@
 #include <MekHost/system/MekEvent.h>
 
 #include <atomic>
+#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -222,6 +223,31 @@ TEST(vWorkerThreadDeathTest, SecondThreadEndsTheProcess) {
             worker.RunSingle();
         },
         "");
+}
+
+// A node whose job makes the next one, for as long as there is a process.
+void RunForEver(vWorkerThread& worker) {
+    const auto node = vTaskNode::CreateNode(&worker);
+    node->AddTask(vPooledTask::Create([&worker] { RunForEver(worker); }));
+}
+
+[[noreturn]] void EndUnderWorkers() {
+    static vWorkerThread* const s_workers[] = {new vWorkerThread, new vWorkerThread};
+    s_workers[0]->RunSingle();
+    s_workers[1]->RunPool(2);
+    for (vWorkerThread* const worker : s_workers) {
+        for (int i = 0; i < 100; ++i) {
+            RunForEver(*worker);
+        }
+    }
+    std::exit(0);
+}
+
+TEST(vWorkerThreadDeathTest, AProcessMayEndUnderWorkersAtWork) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    for (int i = 0; i < 20; ++i) {
+        EXPECT_EXIT(EndUnderWorkers(), testing::ExitedWithCode(0), "");
+    }
 }
 
 TEST_F(vWorkerThreadTest, ManyPostersLoseNothing) {

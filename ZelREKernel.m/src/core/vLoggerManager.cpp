@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
+#include <memory>
 #include <string>
 
 #include "MekHost/MekStatus.h"
 #include "MekHost/process/MekEnvironment.h"
+#include "base/LibraryEnd.h"
 #include "core/LastLines.h"
 #include "core/LogFlusher.h"
 #include "core/PipeliningLogger.h"
@@ -89,13 +91,11 @@ vLoggerManager::vLoggerManager() {
         const Channel& channel = channels[type];
         vLoggerOutput* const output =
             channel.output ? vLoggerOutput::Create(channel.output) : nullptr;
-        std::unique_ptr<vLogger>& logger = loggers_[type];
-        if (type == ePipelining) {
-            logger = std::make_unique<PipeliningLogger>(output, channel.mode, channel.level,
-                                                        channel.async);
-        } else {
-            logger = std::make_unique<vLogger>(output, channel.mode, channel.level, channel.async);
-        }
+        vLogger* const logger =
+            type == ePipelining
+                ? new PipeliningLogger(output, channel.mode, channel.level, channel.async)
+                : new vLogger(output, channel.mode, channel.level, channel.async);
+        loggers_[type] = logger;
         logger->outputName_ = channel.output ? channel.output : "";
         logger->decorated_ = channel.decorated;
         logger->lastLines_ = &LastLinesOf(type);
@@ -106,6 +106,9 @@ vLoggerManager::vLoggerManager() {
 vLoggerManager::~vLoggerManager() {
     // A host that never stopped the flusher would otherwise leave its thread in unloaded code.
     LogFlusher::Stop();
+    if (!IsEndingAmidWork()) {
+        std::for_each(loggers_.begin(), loggers_.end(), std::default_delete<vLogger>());
+    }
 }
 
 vLogger& vLoggerManager::GetLogger(Type type) {

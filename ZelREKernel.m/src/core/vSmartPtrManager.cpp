@@ -5,6 +5,7 @@
 #include <new>
 
 #include "base/AlignedHeap.h"
+#include "base/LibraryEnd.h"
 
 namespace ZKL {
 
@@ -12,7 +13,7 @@ namespace ZKL {
 constexpr std::size_t vSmartPtrManager::kLinksPerBlock;
 namespace {
 
-constinit vSmartPtrManager manager;
+constinit UntilUnload<vSmartPtrManager> manager;
 
 // A free link's first word holds the next free link.
 void SetNext(vSmartPtrLink* link, vSmartPtrLink* next) noexcept {
@@ -31,7 +32,7 @@ vSmartPtrManager::~vSmartPtrManager() {
 }
 
 vSmartPtrManager& vSmartPtrManager::GetInstance() noexcept {
-    return manager;
+    return *manager;
 }
 
 vSmartPtrLink* vSmartPtrManager::GetFreeLink() noexcept {

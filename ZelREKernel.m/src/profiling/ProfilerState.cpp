@@ -5,6 +5,7 @@
 #include <mutex>
 
 #include "ZelREKernel/base/vMallocAllocator.h"
+#include "base/LibraryEnd.h"
 #include "profiling/CurrentThread.h"
 
 namespace ZKL {
@@ -16,8 +17,8 @@ namespace {
 }  // namespace
 
 ProfilerState& ProfilerState::Get() {
-    static ProfilerState state;
-    return state;
+    static UntilUnload<ProfilerState> state;
+    return *state;
 }
 
 ProfilerState::ProfilerState() : slot_([](void* records) { _OnThreadExit(records); }) {}

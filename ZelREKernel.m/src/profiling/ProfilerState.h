@@ -11,6 +11,7 @@
 
 #include "ZelREKernel/base/vSlimLock.h"
 #include "ZelREKernel/base/vTimer.h"
+#include "base/LibraryEnd.h"
 #include "base/ThreadSlot.h"
 #include "profiling/NameTable.h"
 #include "profiling/ThreadRecords.h"
@@ -48,6 +49,9 @@ public:
     bool HasMetaData(std::uint32_t nameId) noexcept;
 
 private:
+    template <typename T>
+    friend class UntilUnload;
+
     ProfilerState();
 
     static void _OnThreadExit(void* records) noexcept;

@@ -46,8 +46,7 @@ public:
         position_ += name.length;
     }
     void Text(std::string_view text) noexcept {
-        std::memcpy(position_, text.data(), text.size());
-        position_ += text.size();
+        position_ = std::copy(text.begin(), text.end(), position_);
     }
     void Character(char character) noexcept { *position_++ = character; }
     void Number(std::uint32_t value) noexcept { position_ = WriteDecimal(position_, value); }
@@ -100,7 +99,8 @@ Event Resolve(const vTraceRecord& record, const NameTable& names, std::int64_t s
             .category = names.LookUp(record.categoryId),
             .argName = names.LookUp(record.argNameId),
             .text = hasText ? std::string_view(record.value.text) : std::string_view(),
-            .time = record.timestamp - startTime};
+            .time = static_cast<std::int64_t>(static_cast<std::uint64_t>(record.timestamp) -
+                                              static_cast<std::uint64_t>(startTime))};
 }
 
 // A time before the start stays one, with its sign.

@@ -3,8 +3,10 @@
 #include <MekHost/assertion/MekCheck.h>
 #include <oneapi/tbb/task.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <exception>
+#include <iterator>
 
 #include "ZelREKernel/core/vCPUInfos.h"
 #include "ZelREKernel/core/vLog.h"
@@ -45,7 +47,9 @@ bool vTaskManager::CreateInstance() {
 }
 
 bool vTaskManager::DestroyInstance() {
-    delete std::exchange(s_pInstance, nullptr);
+    // The work that is waited for may still ask for the instance.
+    delete s_pInstance;
+    s_pInstance = nullptr;
     return true;
 }
 
@@ -54,9 +58,15 @@ vTaskManager* vTaskManager::GetInstance() {
 }
 
 vTaskManager::~vTaskManager() {
-    for (std::optional<Slot>& slot : slots_) {
+    const auto isEngaged = [](const std::optional<Slot>& slot) { return slot.has_value(); };
+    // Until none is: work may run more work in another slot.
+    for (;;) {
+        const auto slot = std::find_if(std::begin(slots_), std::end(slots_), isEngaged);
+        if (slot == std::end(slots_)) {
+            return;
+        }
         try {
-            _Join(slot);
+            _Join(*slot);
         } catch (const std::exception& error) {
             ZKL::LogDefault(ZKL::vLogger::eError, "vTaskManager : work failed : %s", error.what());
         } catch (...) {

@@ -10,6 +10,7 @@
 
 #include "ZelREKernel/base/vMallocAllocator.h"
 #include "base/LargePages.h"
+#include "base/LibraryEnd.h"
 #include "base/ThreadSlot.h"
 #include "tasks/AddressOrder.h"
 
@@ -44,8 +45,8 @@ struct ThreadCache {
     ThreadCache* next = nullptr;
 };
 
-// The two pools and every thread's magazines. Ready before any constructor runs; the end of the
-// library frees it all, magazines of threads that live on included.
+// The pools and every thread's magazines. The unloading of the library frees it all, magazines of
+// threads that live on included.
 struct Records {
     constexpr Records() noexcept = default;
     ~Records();
@@ -63,10 +64,11 @@ struct Records {
     std::unique_ptr<ThreadSlot> slot;
 };
 
-constinit Records g_records;
+constinit UntilUnload<Records> g_records;
 
 Records::~Records() {
     slot.reset();
+    const std::lock_guard guard(lock);  // a thread of the host's may be on its way out
     for (ThreadCache* cache = threads; cache != nullptr; cache = cache->next) {
         Retire(*cache);
     }
@@ -81,7 +83,7 @@ ThreadCache* Records::AddThread() {
     const std::lock_guard guard(lock);
     if (!slot) {
         slot = std::make_unique<ThreadSlot>(
-            [](void* value) { g_records.RemoveThread(static_cast<ThreadCache*>(value)); });
+            [](void* value) { g_records->RemoveThread(static_cast<ThreadCache*>(value)); });
     }
     try {
         nodes.Equip(cache->magazines[vTaskRecordPool::eNodes]);
@@ -142,26 +144,26 @@ vTaskRecordPool::~vTaskRecordPool() {
 }
 
 vTaskRecordPool& vTaskRecordPool::Nodes() noexcept {
-    return g_records.nodes;
+    return g_records->nodes;
 }
 
 vTaskRecordPool& vTaskRecordPool::Jobs() noexcept {
-    return g_records.jobs;
+    return g_records->jobs;
 }
 
 vTaskRecordPool& vTaskRecordPool::Lists() noexcept {
-    return g_records.lists;
+    return g_records->lists;
 }
 
 vTaskRecordCounts vTaskRecordPool::Count() const {
-    const std::lock_guard threads(g_records.lock);
+    const std::lock_guard threads(g_records->lock);
     const std::lock_guard guard(lock_);
     vTaskRecordCounts counts;
     counts.blocks = blocks_.size();
     for (const Block* const block : blocks_) {
         counts.handedOut += block->handedOut;
     }
-    counts.live = retiredLive_ + g_records.CountLive(kind_);
+    counts.live = retiredLive_ + g_records->CountLive(kind_);
     return counts;
 }
 
@@ -183,7 +185,7 @@ void vTaskRecordPool::Retire(Magazine& magazine) noexcept {
 }
 
 vTaskRecordPool::Magazine* vTaskRecordPool::EquipThread() {
-    Magazine* const magazines = g_records.AddThread()->magazines;
+    Magazine* const magazines = g_records->AddThread()->magazines;
     OwnMagazines::Set(magazines);
     return magazines;
 }

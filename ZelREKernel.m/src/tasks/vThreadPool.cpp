@@ -15,6 +15,7 @@
 
 #include "ZelREKernel/core/vLog.h"
 #include "ZelREKernel/tasks/vThreadUtils.h"
+#include "base/ThreadAtWork.h"
 
 namespace ZKL {
 namespace {
@@ -27,17 +28,21 @@ constexpr int kMaximumJobs = std::numeric_limits<int>::max();
 TP::vTask::vTask(RudSysJob* job) : vRefPtrObject(true), job_(job) {}
 
 TP::vTask::~vTask() {
-    if (RudSysJob* const job = TakeJob()) {
-        job->ReleaseReferenceJob();
+    if (job_ && !hasRun_) {
+        job_->ReleaseReferenceJob();
     }
 }
 
-RudSysJob* TP::vTask::GetJob() const {
-    return job_;
-}
-
-RudSysJob* TP::vTask::TakeJob() {
-    return job_.exchange(nullptr);
+void TP::vTask::Run() {
+    if (!job_) {
+        return;
+    }
+    hasRun_ = true;
+    job_->CallExecute();
+    if (MekEvent* const waiting = job_->GetWaitingEvent()) {
+        waiting->Signal(0);
+    }
+    job_->ReleaseReferenceJob();
 }
 
 class vThreadPool::Thread final : public MekThreads {
@@ -48,6 +53,7 @@ public:
 
 private:
     std::int32_t Run() override {
+        const ThreadAtWork atWork;
         vThreadUtils::SetThreadName("Thread Pool");
         pool_._DummyFct(index_);
         return 0;
@@ -92,16 +98,22 @@ void vThreadPool::AddTask(vRefPtr<TP::vTask> task) {
         Check_Pointer_Failed__("task", __FILE__, __LINE__);
         return;
     }
-    // The entry is made before the lock is taken, so that nobody waits for the heap.
-    std::list<vRefPtr<TP::vTask>> entry;
-    entry.push_back(std::move(task));
-    {
-        const std::lock_guard guard(queueMutex_);
-        if (queue_.size() >= static_cast<std::size_t>(kMaximumJobs)) {
-            throw std::length_error("list too long");
-        }
-        queue_.splice(queue_.end(), entry);
+    std::unique_lock lock(queueMutex_);
+    Queue place;
+    if (free_.empty()) {
+        // Nobody waits for the heap.
+        lock.unlock();
+        place.emplace_back();
+        lock.lock();
+    } else {
+        place.splice(place.begin(), free_, free_.begin());
     }
+    if (queue_.size() >= static_cast<std::size_t>(kMaximumJobs)) {
+        throw std::length_error("list too long");
+    }
+    place.front() = std::move(task);
+    queue_.splice(queue_.end(), place);
+    lock.unlock();
     wakeSemaphore_->Post();
 }
 
@@ -114,31 +126,27 @@ void vThreadPool::Stop() {
 }
 
 void vThreadPool::_DummyFct(unsigned int index) {
+    Queue place;
     while (!stopRequested_) {
         wakeSemaphore_->Wait();
-        _RunNext();
+        _RunNext(place);
     }
     exitEvents_[index]->Signal(0);
 }
 
-// A reference whose drop throws ends the process here.
-void vThreadPool::_RunNext() noexcept {
-    std::list<vRefPtr<TP::vTask>> entry;
+// Runs the first task of the queue, if there is one, whose place is then in `place`: what is there
+// goes back first. A reference whose drop throws ends the process here.
+void vThreadPool::_RunNext(Queue& place) noexcept {
     {
         const std::lock_guard guard(queueMutex_);
-        if (!queue_.empty()) {
-            entry.splice(entry.end(), queue_, queue_.begin());
+        free_.splice(free_.begin(), place);
+        if (queue_.empty()) {
+            return;
         }
+        place.splice(place.begin(), queue_, queue_.begin());
     }
-    RudSysJob* const job = entry.empty() ? nullptr : entry.front()->TakeJob();
-    if (!job) {
-        return;
-    }
-    job->CallExecute();
-    if (MekEvent* const waiting = job->GetWaitingEvent()) {
-        waiting->Signal(0);
-    }
-    job->ReleaseReferenceJob();
+    place.front()->Run();
+    place.front().Reset();
 }
 
 // Also ends a pool of which only a part was made.

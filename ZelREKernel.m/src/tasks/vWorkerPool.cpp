@@ -7,6 +7,7 @@
 #include <mutex>
 #include <utility>
 
+#include "base/ThreadAtWork.h"
 #include "tasks/Patience.h"
 
 namespace ZKL::vTaskDetail {
@@ -118,9 +119,12 @@ void vWorkerPool::Publish(Slot& slot) noexcept {
 
 void vWorkerPool::Stop() {
     stop_.store(true, std::memory_order_release);
+    // Whoever has claimed a slot wakes it, with a job in its hand-off place: woken earlier, the
+    // thread would find nothing and leave.
     for (std::uint32_t i = 0; i < slotCount_; ++i) {
-        slots_[i].state.exchange(SlotStopping);
-        slots_[i].wake->Signal(0);
+        if (slots_[i].state.exchange(SlotStopping) == SlotAsleep) {
+            slots_[i].wake->Signal(0);
+        }
     }
     for (std::uint32_t i = 0; i < slotCount_; ++i) {
         if (slots_[i].thread.joinable()) {
@@ -150,6 +154,7 @@ void vWorkerPool::Slot::HandOver(vJobHandle&& job) noexcept {
 
 void vWorkerPool::RunLoop(Slot& slot) noexcept {
     const MekSignalStack stack;
+    const ThreadAtWork atWork;
     OwnSlot::Set(&slot);
     slot.holdsPosts = IsAlone();
     vPatience patience;

@@ -9,6 +9,7 @@
 
 #include "PerThread.h"
 #include "ZelREKernel/tasks/vThreadUtils.h"
+#include "base/ThreadAtWork.h"
 #include "tasks/Patience.h"
 #include "tasks/vWorkerPool.h"
 
@@ -52,6 +53,7 @@ void vWorkerThread::RunSingle() {
     }
     thread_ = std::thread([this] {
         const MekSignalStack stack;
+        const ThreadAtWork atWork;
         RunLoop();
     });
     PostJob(vPooledTask::Create([name = name_] { vThreadUtils::SetThreadName(name.c_str()); }));

@@ -8,7 +8,6 @@
 
 #include <array>
 #include <cstdint>
-#include <memory>
 
 #include "ZelREKernel/core/vLogger.h"
 
@@ -45,7 +44,7 @@ private:
 
     static vLoggerManager s_manager;
 
-    std::array<std::unique_ptr<vLogger>, kChannels> loggers_;
+    std::array<vLogger*, kChannels> loggers_ = {};
 };
 
 }  // namespace ZKL

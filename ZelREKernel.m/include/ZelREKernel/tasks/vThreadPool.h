@@ -24,9 +24,8 @@ namespace ZKL {
 
 namespace TP {
 
-// A job on its way through a pool. It owns one reference on the job until the job has run, so a
-// task runs its job once, however often it is queued; a task that never ran releases the job at its
-// end.
+// A job on its way through a pool. It owns one reference on the job, which its first run gives
+// back, or its end if it never ran.
 class ZELREKERNEL_EXPORT vTask : public vRefPtrObject {
 public:
     // Takes over one reference on `job`, commonly the creator's own. A null job makes a task that
@@ -34,13 +33,15 @@ public:
     explicit vTask(RudSysJob* job);
     ~vTask() override;
 
-    // Null once the job was taken.
-    RudSysJob* GetJob() const;
-    // Hands the job and the reference on it to the caller; null for every call but the first.
-    RudSysJob* TakeJob();
+    // Borrowed; the job may be gone once it has run.
+    RudSysJob* GetJob() const noexcept { return job_; }
+    // Executes the job, signals its waiting event if it has one, and releases a reference on it. To
+    // queue a task once more add a reference to the job first.
+    void Run();
 
 private:
-    std::atomic<RudSysJob*> job_;
+    RudSysJob* const job_;
+    std::atomic<bool> hasRun_ = false;
 };
 
 }  // namespace TP
@@ -57,10 +58,10 @@ public:
     vThreadPool(const vThreadPool&) = delete;
     vThreadPool& operator=(const vThreadPool&) = delete;
 
-    // Queues `task`; the pool holds its own reference until the job has run. The job is executed,
-    // its waiting event, if it has one, is signalled, and its reference is released. After Stop a
-    // task stays queued until the destructor releases it. A null task goes to the assertion sink.
-    // Throws std::bad_alloc, or std::length_error when 2^31 - 1 jobs are queued already.
+    // Queues `task`; the pool holds its own reference until the task has run. After Stop a task
+    // stays queued until the destructor releases it. A null task goes to the assertion sink. Throws
+    // std::bad_alloc, or std::length_error when 2^31 - 1 tasks are queued already. Places in the
+    // queue are kept for later tasks until the pool ends.
     void AddTask(vRefPtr<TP::vTask> task);
 
     // Lets every thread leave after the job it is at, or one more, and waits until all have left.
@@ -68,10 +69,11 @@ public:
 
 private:
     class Thread;
+    using Queue = std::list<vRefPtr<TP::vTask>>;
 
     void _Init();
     void _DummyFct(unsigned int index);
-    void _RunNext() noexcept;
+    void _RunNext(Queue& place) noexcept;
     void _End() noexcept;
 
     std::uint32_t threadCount_;
@@ -79,8 +81,9 @@ private:
     std::unique_ptr<RudSysSemaphore> wakeSemaphore_;
     std::unique_ptr<MekEvent*[]> exitEvents_;
     MekMutex queueMutex_;
-    std::list<vRefPtr<TP::vTask>> queue_;
+    Queue queue_;
     std::atomic<bool> stopRequested_ = false;
+    Queue free_;  // empty places for the queue; under the lock
 };
 
 }  // namespace ZKL
