@@ -128,6 +128,9 @@ TEST(ZelJSONValue, TellsItsType) {
         EXPECT_EQ(value.IsEmpty(), type == V::nullValue || type >= V::arrayValue);
     }
     EXPECT_EQ(V(std::string("cut\0off", 7)).AsString(), "cut");
+    EXPECT_TRUE(V(-5LL).IsLongLong());
+    EXPECT_TRUE(V(5ULL).IsULongLong());
+    EXPECT_EQ(V(5L).IsInt(), sizeof(long) == sizeof(int));
 }
 
 // Every misuse: its expression, its fallback, and a line that no other site has.
@@ -188,6 +191,10 @@ TEST(ZelJSONValue, LooksUpWithoutInserting) {
     EXPECT_EQ(&std::as_const(value)["a"], &V::theNULL);
     EXPECT_EQ(&std::as_const(value)[0], &V::theNULL);
     EXPECT_TRUE(value.IsNULL());
+    V nameless;
+    nameless[static_cast<const char*>(nullptr)] = V(std::string_view());
+    EXPECT_EQ(Describe(std::as_const(nameless)[std::string_view()]), "\"\"");
+    EXPECT_EQ(&nameless[std::string_view()], &nameless[""]);
     value[5] = "x";
     EXPECT_EQ(value.Size(), 6u);
     EXPECT_EQ(value.GetMemberNames(), std::vector<std::string>{""});

@@ -57,6 +57,14 @@ TEST(vJSONObject, WritesEachKindByteForByte) {
               "[999999936.000000, -1.000000e+09, 0.000000], [999999936.000000, -1.000000e+09, "
               "0.000000, null, inf, -inf, 2.000000e+09], [], {\n\n}],\n"
               "\"child\" : {\n\"key \"\\\n\" : \"\"\n},\n\"none\" : \n}");
+
+    // The next child may well get the address of one that was destroyed.
+    const auto parent = vJSONObject::Create();
+    const auto gone = vJSONObject::Create();
+    parent->PushEntry("gone", gone);
+    gone->Destroy();
+    parent->PushEntry("new", vJSONObject::Create());
+    EXPECT_EQ(Text(parent), "before {\n\"gone\" : ,\n\"new\" : {\n\n}\n}");
 }
 
 TEST(vJSONObject, WritesPointsUnderACommaLocaleAndRestoresIt) {

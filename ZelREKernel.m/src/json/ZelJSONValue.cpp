@@ -23,11 +23,16 @@ constexpr const char* kNotAnArray = "m_ValType == nullValue || m_ValType == arra
 constexpr const char* kNotAnObject = "m_ValType == nullValue || m_ValType == objectValue";
 
 std::string_view ViewOfName(const char* name) noexcept {
-    return name != nullptr ? std::string_view(name) : std::string_view();
+    return name != nullptr ? std::string_view(name) : std::string_view("");
+}
+
+// A view of nothing at all is an empty text.
+std::string_view ViewOfName(std::string_view name) noexcept {
+    return name.data() != nullptr ? name : std::string_view("");
 }
 
 std::string_view UpToZero(std::string_view text) noexcept {
-    return text.substr(0, text.find('\0'));
+    return ViewOfName(text.substr(0, text.find('\0')));
 }
 
 // A value that is nothing but its slot.
@@ -214,7 +219,7 @@ ZelJSONValue& ZelJSONValue::operator[](std::string_view name) {
         ZEL_JSON_MISUSE(kNotAnObject);
         return *this;
     }
-    return ValueOf(AddMember(slot_, name));
+    return ValueOf(AddMember(slot_, ViewOfName(name)));
 }
 
 const ZelJSONValue& ZelJSONValue::operator[](unsigned int index) const {
@@ -258,7 +263,7 @@ const ZelJSONValue& ZelJSONValue::operator[](std::string_view name) const {
         ZEL_JSON_MISUSE(kNotAnObject);
         return theNULL;
     }
-    return ValueOrNull(FindMember(ContainerOf(slot_), name));
+    return ValueOrNull(FindMember(ContainerOf(slot_), ViewOfName(name)));
 }
 
 std::uint64_t ZelJSONValue::Size() const noexcept {

@@ -208,9 +208,9 @@ vJSONObject& vJSONObject::PushEntry(const char* key, const vJSONArray& value) {
 }
 
 vJSONObject& vJSONObject::PushEntry(const char* key, vSmartPtr<vJSONObject> value) {
-    const vJSONObject* const identity = value.Get();
+    const void* const identity = value.GetIdentity();
     const auto place = std::lower_bound(pushedObjects_.begin(), pushedObjects_.end(), identity,
-                                        std::less<const vJSONObject*>());
+                                        std::less<const void*>());
     if (place != pushedObjects_.end() && *place == identity) {
         return *this;
     }

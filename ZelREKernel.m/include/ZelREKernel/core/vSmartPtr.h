@@ -71,6 +71,9 @@ public:
     T& operator*() const noexcept { return *operator->(); }
     // Whether there is an object.
     explicit operator bool() const noexcept { return Get() != nullptr; }
+    // The same for all owners of an object, and of no other while one of them is left: unlike its
+    // address, which a new object may have once it is destroyed. Null for an empty pointer.
+    const void* GetIdentity() const noexcept { return link_; }
     // Whether both have the same object, or none.
     template <class U>
     bool operator==(const vSmartPtr<U>& other) const noexcept {

@@ -2,7 +2,8 @@
 
 // Tells people where in a document ZelJSONReader found an error.
 //
-// Reentrant; the reader must not parse meanwhile.
+// Reentrant; the reader must not parse meanwhile. The index is that of an error in the reader's
+// list, which nothing checks.
 
 #include <cstddef>
 #include <string>

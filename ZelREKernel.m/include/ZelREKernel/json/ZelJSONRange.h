@@ -9,6 +9,8 @@
 // which), members in order of their names. Any other kind of value is an empty range. A writable
 // value gives writable ones. An iterator is void once its container is added to, cleared or
 // assigned.
+//
+// As safe between threads as the value: several may go through a const one that nobody changes.
 
 #include <cstddef>
 #include <cstdint>

@@ -66,7 +66,8 @@ public:
 
     // The errors of all parses so far, oldest first.
     const std::deque<ErrorInfo>& GetErrorList() const noexcept { return errors_; }
-    // The text that the tokens of error `index` point into; it lives as long as the reader.
+    // The text that the tokens of error `index`, which is in the list, point into; it lives as long
+    // as the reader.
     const std::string& GetErrorDocument(std::size_t index) const noexcept;
 
     // Advances over spaces, tabs, line feeds and carriage returns.

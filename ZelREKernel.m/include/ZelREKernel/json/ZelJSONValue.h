@@ -7,18 +7,34 @@
 // answered with a stated fallback; only the lack of memory throws (std::bad_alloc) and leaves the
 // value as it was.
 //
-// A value and its tree belong to one thread at a time; reading a tree that nobody changes is safe
-// from any thread, and so are two trees on two threads, whatever they were made of.
+// A value and its tree belong to one thread at a time. Reading a tree that nobody changes is safe
+// from any thread as long as all read through const, since a writable look-up or iteration takes
+// notes in the tree; and so are two trees on two threads, whatever they were made of.
 
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 #include "ZelREKernel/ZelREKernelExport.h"
 #include "ZelREKernel/json/ZelJSONSlot.h"
+
+// The type among int, unsigned int, std::int64_t and std::uint64_t that has the values of `Long`.
+template <typename Long>
+using ZelJSONLongOf =
+    std::conditional_t<sizeof(Long) == sizeof(int),
+                       std::conditional_t<std::is_signed_v<Long>, int, unsigned int>,
+                       std::conditional_t<std::is_signed_v<Long>, std::int64_t, std::uint64_t>>;
+
+// The long integers that are none of the four themselves; which ones, differs between systems.
+template <typename Long>
+concept ZelJSONOtherLong =
+    !std::same_as<Long, ZelJSONLongOf<Long>> &&
+    (std::same_as<Long, long> || std::same_as<Long, unsigned long> ||
+     std::same_as<Long, long long> || std::same_as<Long, unsigned long long>);
 
 class ZELREKERNEL_EXPORT ZelJSONValue {
 public:
@@ -51,6 +67,9 @@ public:
     ZelJSONValue(float value) noexcept;
     ZelJSONValue(double value) noexcept;
     ZelJSONValue(bool value) noexcept;
+    // As the integer of the same width and sign.
+    template <ZelJSONOtherLong Long>
+    ZelJSONValue(Long value) noexcept : ZelJSONValue(static_cast<ZelJSONLongOf<Long>>(value)) {}
     // A copy of the text; a null pointer gives a null value, not an empty string.
     ZelJSONValue(const char* text);
     // These two copy up to the first zero byte.

@@ -30,6 +30,11 @@ public:
     static std::string ValueToString(std::int64_t value);
     static std::string ValueToString(std::uint64_t value);
     static std::string ValueToString(bool value);
+    // As the integer of the same width and sign.
+    template <ZelJSONOtherLong Long>
+    static std::string ValueToString(Long value) {
+        return ValueToString(static_cast<ZelJSONLongOf<Long>>(value));
+    }
     // "NaN", "Infinity", "-Infinity", or the shortest text that reads back as the same double, as
     // std::to_chars writes it: no ".0" at the end, and an exponent where that is shorter.
     static std::string ValueToString(double value);

@@ -82,7 +82,7 @@ private:
     vJSONObject& _Push(const char* key, vJSONEntryValue* value);
 
     std::vector<Entry> entries_;
-    std::vector<const vJSONObject*> pushedObjects_;  // ascending, for the search
+    std::vector<const void*> pushedObjects_;  // identities, ascending for the search
 };
 
 }  // namespace ZKL
