@@ -52,8 +52,8 @@ install(FILES
   "${PROJECT_BINARY_DIR}/package/bom.spdx.json"
   DESTINATION "${zel_doc_dir}" COMPONENT runtime)
 
-# gdb loads by itself what repeats the whole path of a library below its auto-load folder. That is the
-# path of the prefix configured here: a tree put elsewhere has its printers loaded by `source`.
+# gdb loads by itself what repeats the whole path of a library below the auto-load folder of gdb's own
+# prefix, commonly /usr. A tree that is put elsewhere has its printers loaded by `source`.
 if(NOT WIN32)
   install(FILES "${PROJECT_SOURCE_DIR}/ZelREKernel.m/debuggers/zel_json.py"
     DESTINATION "${CMAKE_INSTALL_DATADIR}/gdb/auto-load${CMAKE_INSTALL_FULL_LIBDIR}"

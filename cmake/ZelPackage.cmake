@@ -26,6 +26,7 @@ else()
   # Packages of others learn from this what they depend on.
   set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 
+  set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${CMAKE_CURRENT_LIST_DIR}/package/triggers")
   # Stripped files, and packages of what was taken, which call stacks and debuggers find by themselves.
   set(CPACK_DEBIAN_RUNTIME_DEBUGINFO_PACKAGE ON)
   set(CPACK_DEBIAN_TOOLS_DEBUGINFO_PACKAGE ON)

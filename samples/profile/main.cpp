@@ -76,12 +76,16 @@ void RunWorker(std::uint32_t index) {
     }
 }
 
+void Queue(const Tile& tile) {
+    const std::lock_guard guard(s_lock);
+    s_tiles.push_back(tile);
+    s_changed.notify_all();
+}
+
 void Submit(std::uint32_t frame) {
     const ZKL::vProfilerWithFlow scope(s_submit, s_flow, vProfiler::kNone,
                                        ZKL::vProfilerWithFlow::eFlowStart);
-    const std::lock_guard guard(s_lock);
-    s_tiles.push_back({frame, scope.GetFlowId()});
-    s_changed.notify_all();
+    Queue({frame, scope.GetFlowId()});
 }
 
 void RenderFrame(std::uint32_t frame) {
@@ -112,7 +116,7 @@ int main(int argc, char** argv) {
         RenderFrame(frame);
     }
     for (std::size_t i = 0; i < workers.size(); ++i) {
-        Submit(kFrames);
+        Queue({kFrames, vProfiler::kNone});
     }
     for (std::thread& worker : workers) {
         worker.join();

@@ -40,6 +40,8 @@ def main():
         command = ["clang-tidy", "--quiet", "-p", folder, os.path.join(tree.ROOT, path)]
         relative = " ".join(compiledb.flags(arguments)).replace(tree.ROOT, ".")
         jobs.append((path, compiledb.fingerprint(path, version, rules, relative), command))
+    if not jobs:
+        tree.finish([f"no source's path has {' or '.join(wanted)} in it"])
     failed = compiledb.run_each("tidy", jobs)
 
     # A header that many sources include says the same thing many times.

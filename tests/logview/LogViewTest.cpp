@@ -3,6 +3,7 @@
 
 #include <memory>
 #include <thread>
+#include <vector>
 
 #include "LineFilter.h"
 #include "LineStream.h"
@@ -53,7 +54,7 @@ TEST(LogView, ShowsWhatIsAskedFor) {
         {5, "", true, "before any message\n\033[1m[RELEASE]\t : disk 2\033[0m\n"},
     };
     for (const auto& c : cases) {
-        logview::LineFilter filter(c.level, c.text, c.colour);
+        logview::LineFilter filter(c.level, c.text, {.isColoured = c.colour});
         std::string shown;
         for (const char* line : lines) {
             filter.Show(line, shown);
@@ -62,12 +63,53 @@ TEST(LogView, ShowsWhatIsAskedFor) {
     }
 }
 
+TEST(LogView, KeepsATerminalFromBeingSteered) {
+    using namespace std::string_view_literals;
+    const std::string_view line =
+        "a\tb\x1b]0;\x07\0\x7F \xC3\xA9\xC2\x9B\xC2\xA0 \xC3 \xED\xA0\x80 \xF0\x9F\x98\x80"sv;
+    for (const bool terminal : {false, true}) {
+        logview::LineFilter filter(0, "", {.isPrintable = terminal});
+        std::string shown;
+        filter.Show(line, shown);
+        EXPECT_EQ(shown, terminal ? "a\tb?]0;??? \xC3\xA9?\xC2\xA0 ? ??? \xF0\x9F\x98\x80\n"
+                                  : std::string(line) + "\n");
+    }
+}
+
+TEST(LogView, ReadsItsCommandLine) {
+    const struct {
+        std::vector<const char*> words;
+        const char* error;
+    } cases[] = {
+        {{"--port", "4667", "10.0.0.1", "--level", "error", "--wait", "0"}, ""},
+        {{"--port"}, "--port needs a number from 1 to 65535"},
+        {{"--port", "65536"}, "--port needs a number from 1 to 65535"},
+        {{"--level", "loud"}, "--level needs DEBUG, WARNING, PROFILING, INFO, ERROR or RELEASE"},
+        {{"--colour", "red"}, "--colour needs auto, always or never"},
+        {{"--wait", "-1"}, "--wait needs a number of seconds"},
+        {{"--text"}, "--text needs a text"},
+        {{"--loud"}, "unknown argument --loud"},
+        {{"127.0.0.1", "127.0.0.2"}, "unknown argument 127.0.0.2"},
+    };
+    for (const auto& c : cases) {
+        std::vector<const char*> words = c.words;
+        words.insert(words.begin(), "zkl-logview");
+        Options options;
+        std::string error;
+        EXPECT_EQ(
+            logview::ParseOptions(static_cast<int>(words.size()), words.data(), options, error),
+            *c.error ? logview::ParseResult::Bad : logview::ParseResult::Run);
+        EXPECT_EQ(error, c.error);
+    }
+}
+
 // Plays the program whose log is followed: its connections end one after the other.
 TEST(LogView, ConnectsAgainUntilTheLogIsClosed) {
     MekSocketConnector listener(0, 1, 2);
     ASSERT_EQ(listener.Declare(), kMekOk);
     std::thread program([&listener] {
-        for (const std::string_view text : {"one\ntw", "three\n--KILL_SOCKET--"}) {
+        for (const std::string_view text :
+             {"one\n[DEBUG]\t : hidden\ntw", "three\n--KILL_SOCKET--"}) {
             MekSockets* client = nullptr;
             ASSERT_EQ(listener.Select(60000), kMekOk);
             ASSERT_EQ(listener.Accept(&client), kMekOk);
@@ -82,28 +124,28 @@ TEST(LogView, ConnectsAgainUntilTheLogIsClosed) {
         return std::unique_ptr<std::FILE, int (*)(std::FILE*)>(
             std::fopen(directory.File(name).c_str(), "wb"), std::fclose);
     };
+    const logview::LineFilter all(4, "", {});
     auto out = open("out");
     auto news = open("news");
-    EXPECT_EQ(logview::View(options, false, out.get(), news.get()), logview::kClosed);
+    EXPECT_EQ(logview::View(options, all, out.get(), news.get()), logview::kClosed);
     program.join();
     listener.Close();
 
     options.waitMs = 0;
-    EXPECT_EQ(logview::View(options, false, out.get(), news.get()), logview::kNoConnection);
+    EXPECT_EQ(logview::View(options, all, out.get(), news.get()), logview::kFailed);
     options.address = "nowhere";
     options.waitMs = -1;
-    EXPECT_EQ(logview::View(options, false, out.get(), news.get()), logview::kNoConnection);
+    EXPECT_EQ(logview::View(options, all, out.get(), news.get()), logview::kBadArguments);
     out.reset();
     news.reset();
-    EXPECT_EQ(test::ReadFile(directory.File("out")), "one\ntw\nthree\n");
+    EXPECT_EQ(test::ReadFile(directory.File("out")), "one\nthree\n");
     const std::string port = std::to_string(options.port);
     EXPECT_EQ(test::ReadFile(directory.File("news")),
               "zkl-logview: connection lost, waiting\n"
               "zkl-logview: no log at 127.0.0.1, port " +
                   port +
                   "\n"
-                  "zkl-logview: no log at nowhere, port " +
-                  port + "\n");
+                  "zkl-logview: nowhere is no dotted IPv4 address\n");
 }
 
 }  // namespace

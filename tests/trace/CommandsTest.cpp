@@ -87,8 +87,9 @@ TEST(TraceTool, ChecksEachThing) {
         {"[]", "", "0 events, 0 threads, 0 slices, 0 flows, 0 frames, 0 faults\n"},
         {"{\"traceEvents\":[\n{\"ph\":\"B\",\"na", "",
          "a:2:11: Missing '}' or object member name\n{\"ph\":\"B\",\"na\n          ^\n"},
-        {"{\"events\":[]}", "",
-         "a: no trace: neither an array of events nor an object with \"traceEvents\"\n"},
+        {TraceText({"B 0 1 \xC3", "E 0 2 \xC3"}), "",
+         "line 2, byte 42: no JSON to the letter; viewers may refuse the trace\n"
+         "2 events, 1 thread, 1 slice, 0 flows, 0 frames, 1 fault\n"},
     };
     const test::Tool tool;
     for (const auto& c : cases) {
@@ -106,6 +107,8 @@ TEST(TraceTool, SaysWhyAFileIsOfNoUse) {
     tool.Write("words", "once upon a time");
     tool.Write("cut", "[{\"ph\":\"B\"");
     tool.Write("faulty", TraceText({"B 0 1 a"}));
+    tool.Write("other", "{\"events\":[]}");
+    tool.Write("trailing", "[];");
     const struct {
         const char* line;
         const char* said;
@@ -116,6 +119,16 @@ TEST(TraceTool, SaysWhyAFileIsOfNoUse) {
         {"check @empty", "zkl-trace: empty: is empty\n", trace::kUnusable},
         {"unscramble @words", "zkl-trace: words: no trace, plain or scrambled\n", trace::kUnusable},
         {"diff @faulty @empty", "zkl-trace: empty: is empty\n", trace::kUnusable},
+        {"check @other",
+         "zkl-trace: other: no trace: neither an array of events nor an object with "
+         "\"traceEvents\"\n",
+         trace::kUnusable},
+        {"report @faulty --out @faulty",
+         "zkl-trace: faulty is the trace itself, which stays as it is\n", trace::kUnusable},
+        {"frame @trailing",
+         "zkl-trace: trailing has 1 fault; zkl-trace check tells more\n"
+         "frame  begin  to the next  duration  last slice\n",
+         trace::kFine},
         {"frame @faulty 3", "zkl-trace: faulty has no frame 3\n", trace::kUnusable},
         {"summary @faulty --top 0",
          "zkl-trace: faulty has 1 fault; zkl-trace check tells more\n"
@@ -136,7 +149,8 @@ TEST(TraceTool, SaysWhyAFileIsOfNoUse) {
 TEST(TraceTool, KnowsJsonToTheLetter) {
     const std::string good =
         R"([{"a":[1,-0.5e+0,20E-1],"b\"\u00fF":{}},[],"\\ \/",true,false,null, {"":[[{}]]} ])";
-    const std::string characters = "{}[],:\"\\/u0.-+eEtrfalsn \n\t\x01";
+    const std::string characters =
+        "{}[],:\"\\/u0.-+eEtrfalsn \n\t\x01\xC2\xE0\xED\xF0\xF4\xA0\x90\x8F";
     ASSERT_TRUE(json::accept(good));
     std::mt19937 random(5);
     for (int round = 0; round < 6000; ++round) {

@@ -64,4 +64,21 @@ TEST(TraceReport, HoldsTheWholeTrace) {
     EXPECT_EQ(data["summary"], json::parse("[[1,1,20,20,20,20,20],[2,1,7.5,7.5,7.5,7.5,7.5]]"));
 }
 
+// A page has room for so many steps; they go to the slowest frames.
+TEST(TraceReport, KeepsThePathsOfTheSlowestFrames) {
+    const test::Tool tool;
+    tool.Write("a", test::TraceText({"i 0 0 1", "B 0 0 a", "E 0 5 a", "i 0 10 2", "B 0 10 a",
+                                     "E 0 19 a", "i 0 20 3", "B 0 20 a", "E 0 23 a"}));
+    for (const std::size_t room : {0U, 1U, 2U, 3U}) {
+        const json data = DataOf(tool.Run("report @a --steps " + std::to_string(room)).output);
+        std::size_t there[3];
+        for (std::size_t i = 0; i < 3; ++i) {
+            there[i] = data["frames"][i]["path"].is_null() ? 0 : 1;
+        }
+        EXPECT_EQ(there[1], room >= 1);
+        EXPECT_EQ(there[0], room >= 2);
+        EXPECT_EQ(there[2], room >= 3);
+    }
+}
+
 }  // namespace

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <iterator>
 
+#include "common/Printable.h"
+
 namespace logview {
 namespace {
 
@@ -20,6 +22,15 @@ std::optional<std::size_t> LevelOf(std::string_view line) {
     return close == std::string_view::npos ? std::nullopt : LevelByName(line.substr(1, close - 1));
 }
 
+void AppendPrintable(std::string_view line, std::string& out) {
+    for (std::size_t tab = 0; (tab = line.find('\t')) != std::string_view::npos;) {
+        out += tools::Printable(line.substr(0, tab));
+        out += '\t';
+        line.remove_prefix(tab + 1);
+    }
+    out += tools::Printable(line);
+}
+
 }  // namespace
 
 std::optional<std::size_t> LevelByName(std::string_view name) {
@@ -34,19 +45,23 @@ std::optional<std::size_t> LevelByName(std::string_view name) {
     return std::nullopt;
 }
 
-LineFilter::LineFilter(std::size_t level, std::string text, bool colour)
-    : level_(level), text_(std::move(text)), colour_(colour) {}
+LineFilter::LineFilter(std::size_t level, std::string text, Look look)
+    : level_(level), text_(std::move(text)), look_(look) {}
 
 void LineFilter::Show(std::string_view line, std::string& out) {
     if (const std::optional<std::size_t> level = LevelOf(line)) {
         shown_ = *level >= level_ && line.find(text_) != std::string_view::npos;
-        paint_ = colour_ ? kPaint[*level] : std::string_view();
+        paint_ = look_.isColoured ? kPaint[*level] : std::string_view();
     }
     if (!shown_) {
         return;
     }
     out += paint_;
-    out += line;
+    if (look_.isPrintable) {
+        AppendPrintable(line, out);
+    } else {
+        out += line;
+    }
     out += paint_.empty() ? std::string_view() : kPlain;
     out += '\n';
 }

@@ -114,9 +114,9 @@ std::string HelpText() {
            "  --once          end when the connection is lost\n"
            "  --help          this text\n"
            "\n"
-           "Status: 0 the log was closed, or nobody reads the output any more; 1 no connection, or "
-           "a\n"
-           "lost one with --once; 2 bad arguments.\n";
+           "Status: 0 the log was closed, or nobody reads the output any more; 1 no connection, a "
+           "lost\n"
+           "one with --once, or an output that cannot be written; 2 bad arguments.\n";
 }
 
 }  // namespace logview

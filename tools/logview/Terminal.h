@@ -4,8 +4,16 @@
 
 namespace logview {
 
-// Prepares standard output: true when it is a terminal that shows colours, which it does from then
-// on. Lines go out with the line feed alone.
-bool PrepareOutput();
+struct Terminal {
+    bool isThere = false;  // standard output is one
+    bool hasColours = false;
+};
+
+// Prepares standard output, which shows colours from then on where it can. Lines go out with the
+// line feed alone.
+Terminal PrepareOutput();
+
+// Whether a write failed with this number because nobody reads any more.
+bool IsReaderGone(int error);
 
 }  // namespace logview

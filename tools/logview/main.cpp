@@ -11,16 +11,18 @@ int main(int argc, char** argv) {
     std::string error;
     switch (logview::ParseOptions(argc, argv, options, error)) {
         case logview::ParseResult::Help:
-            std::fputs(logview::HelpText().c_str(), stdout);
-            return 0;
+            return std::fputs(logview::HelpText().c_str(), stdout) < 0 || std::fflush(stdout) != 0
+                       ? logview::kFailed
+                       : 0;
         case logview::ParseResult::Bad:
             std::fprintf(stderr, "zkl-logview: %s; --help tells more\n", error.c_str());
             return logview::kBadArguments;
         case logview::ParseResult::Run:
             break;
     }
-    const bool terminal = logview::PrepareOutput();
-    const bool colour = options.colour == logview::Colour::Always ||
-                        (options.colour == logview::Colour::Auto && terminal);
-    return logview::View(options, colour, stdout, stderr);
+    const logview::Terminal terminal = logview::PrepareOutput();
+    const bool isColoured = options.colour == logview::Colour::Always ||
+                            (options.colour == logview::Colour::Auto && terminal.hasColours);
+    const logview::LineFilter filter(options.level, options.text, {isColoured, terminal.isThere});
+    return logview::View(options, filter, stdout, stderr);
 }

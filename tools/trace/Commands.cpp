@@ -1,7 +1,9 @@
 #include "Commands.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <string_view>
+#include <system_error>
 
 #include "Faults.h"
 #include "Flows.h"
@@ -22,7 +24,8 @@ struct Source {
     std::string text;
     Trace trace;
     Faults faults;
-    std::string error;  // why there is no trace
+    std::string error;      // why there is no trace
+    bool isBroken = false;  // as JSON, somewhere
 
     explicit Source(std::size_t limit) : faults(limit) {}
 };
@@ -40,22 +43,6 @@ bool ReadText(const std::string& path, Source& source, TextKind& kind) {
     return kind != TextKind::Neither;
 }
 
-bool Parse(const std::string& path, Source& source) {
-    const bool isRead = ReadTrace(source.text, source.trace, source.faults, source.error);
-    if (!isRead) {
-        // A place in the file reads as compilers write it.
-        const bool hasPlace = source.error[0] >= '0' && source.error[0] <= '9';
-        source.error.insert(0, path + (hasPlace ? ":" : ": "));
-    }
-    // As long as the trace, and no longer of use.
-    source.text = std::string();
-    return isRead;
-}
-
-Result Unusable(const std::string& error) {
-    return {.status = kUnusable, .output = "", .news = "zkl-trace: " + error + "\n"};
-}
-
 // The library's reader may take what a viewer refuses.
 void CheckSyntax(const std::string& text, Faults& faults) {
     const std::size_t place = FindSyntaxError(text);
@@ -71,6 +58,23 @@ void CheckSyntax(const std::string& text, Faults& faults) {
     });
 }
 
+bool Parse(const std::string& path, Source& source) {
+    CheckSyntax(source.text, source.faults);
+    const bool isRead = ReadTrace(source.text, source.trace, source.faults, source.error);
+    if (!isRead) {
+        // A place in the file, which JSON that is broken has, reads as compilers write it.
+        source.isBroken = source.error[0] >= '0' && source.error[0] <= '9';
+        source.error.insert(0, path + (source.isBroken ? ":" : ": "));
+    }
+    // As long as the trace, and no longer of use.
+    source.text = std::string();
+    return isRead;
+}
+
+Result Unusable(const std::string& error) {
+    return {.status = kUnusable, .output = "", .news = "zkl-trace: " + error + "\n"};
+}
+
 Result Check(const Options& options) {
     Source source(options.limit);
     TextKind kind = TextKind::Neither;
@@ -78,9 +82,11 @@ Result Check(const Options& options) {
     if (!ReadText(path, source, kind)) {
         return Unusable(source.error);
     }
-    CheckSyntax(source.text, source.faults);
     Result result;
     if (!Parse(path, source)) {
+        if (!source.isBroken) {
+            return Unusable(source.error);
+        }
         result.output = source.error + "\n";
         result.status = kFindings;
         return result;
@@ -160,6 +166,12 @@ Result Diff(const Options& options) {
 }  // namespace
 
 Result Run(const Options& options) {
+    for (const std::string& operand : options.operands) {
+        std::error_code none;
+        if (!options.out.empty() && std::filesystem::equivalent(operand, options.out, none)) {
+            return Unusable(options.out + " is the trace itself, which stays as it is");
+        }
+    }
     switch (options.command) {
         case Command::Check:
             return Check(options);

@@ -37,7 +37,7 @@ CriticalPath::CriticalPath(const Trace& trace, std::string_view waitName) : trac
         return std::tie(a.slice, a.time) < std::tie(b.slice, b.time);
     });
     for (std::uint32_t i = 0; i < trace.slices.size(); ++i) {
-        if (trace.slices[i].parent == kNone) {
+        if (trace.slices[i].parent == kNone && trace.slices[i].Duration() > 0) {
             outermost_.push_back(i);
         }
     }

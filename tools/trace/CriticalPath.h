@@ -8,9 +8,9 @@
 //   slice, and the flow's slice before. The path goes on with the one that lasted longer. A flow's
 //   slice counts until its end, or, if it goes on longer, until the flow arrives.
 // - Before a slice without such a flow the path goes on with what the thread did before. If the
-//   thread did nothing, the path goes to the outermost slice, on any thread, that ended last while
-//   it did so: most likely that one released it. Waiting in a slice whose name says that it is one
-//   counts as doing nothing.
+//   thread did nothing, the path goes to the outermost slice, on any thread, that lasted at all and
+//   ended last while it did so: most likely that one released it. Waiting in a slice whose name
+//   says that it is one counts as doing nothing.
 //
 // It ends at the frame's beginning. Its segments fill the frame's time without a gap, so their
 // lengths add up to the frame's.
@@ -58,7 +58,7 @@ private:
     const Trace& trace_;
     std::vector<bool> waits_;               // by name
     std::vector<Incoming> incoming_;        // by slice, then in time
-    std::vector<std::uint32_t> outermost_;  // slices in the order of their ends
+    std::vector<std::uint32_t> outermost_;  // slices that lasted, in the order of their ends
 };
 
 }  // namespace trace

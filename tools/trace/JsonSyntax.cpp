@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "common/Printable.h"
+
 namespace trace {
 namespace {
 
@@ -104,11 +106,13 @@ private:
             return false;
         }
         while (at_ < text_.size() && static_cast<unsigned char>(Peek()) >= 0x20) {
-            const char character = text_[at_++];
+            const std::size_t length = tools::CharacterLength(text_.substr(at_));
+            const char character = text_[at_];
+            at_ += length;
             if (character == '"') {
                 return true;
             }
-            if (character == '\\' && !Escape()) {
+            if (length == 0 || (character == '\\' && !Escape())) {
                 return false;
             }
         }

@@ -1,22 +1,29 @@
 #include "JsonText.h"
 
+#include <algorithm>
+
+#include "common/Printable.h"
+
 namespace trace {
 
 void AppendQuoted(std::string& out, std::string_view text) {
     constexpr std::string_view kHex = "0123456789abcdef";
     out += '"';
-    for (const char character : text) {
-        const auto byte = static_cast<unsigned char>(character);
-        const bool isPlain = byte >= 0x20 && byte != 0x7F && character != '"' &&
-                             character != '\\' && character != '<' && character != '>' &&
-                             character != '&';
-        if (isPlain) {
-            out += character;
+    while (!text.empty()) {
+        const std::size_t length = tools::CharacterLength(text);
+        const auto byte = static_cast<unsigned char>(text[0]);
+        const bool isPlain = byte >= 0x20 && byte != 0x7F && text[0] != '"' && text[0] != '\\' &&
+                             text[0] != '<' && text[0] != '>' && text[0] != '&';
+        if (length == 0) {
+            out += '?';
+        } else if (isPlain) {
+            out += text.substr(0, length);
         } else {
             out += "\\u00";
             out += kHex[byte >> 4];
             out += kHex[byte & 15];
         }
+        text.remove_prefix(std::max<std::size_t>(length, 1));
     }
     out += '"';
 }

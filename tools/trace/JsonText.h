@@ -10,7 +10,8 @@
 
 namespace trace {
 
-// Between double quotes; whatever is not plain in JSON or HTML becomes a \u escape.
+// Between double quotes; whatever is not plain in JSON or HTML becomes a \u escape, and bytes that
+// are no UTF-8 question marks.
 void AppendQuoted(std::string& out, std::string_view text);
 
 // Nanoseconds as microseconds, without zeros at the end.

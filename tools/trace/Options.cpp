@@ -62,6 +62,8 @@ constexpr Option kOptions[] = {
      [](std::string_view text, Options& o) { return ParseCount(text, o.limit); }},
     {"--wait", Of(Command::Frame) | Of(Command::Report), "a name",
      [](std::string_view text, Options& o) { return ParseText(text, o.wait); }},
+    {"--steps", Of(Command::Report), "a number",
+     [](std::string_view text, Options& o) { return ParseCount(text, o.mostSteps); }},
     {"--strict", Of(Command::Check), "",
      [](std::string_view, Options& o) { return o.strict = true; }},
     {"--json", kTables, "", [](std::string_view, Options& o) { return o.json = true; }},
@@ -160,10 +162,12 @@ std::string HelpText() {
            "  report FILE       a page with a timeline, for a browser, without network\n"
            "    --out FILE      into a file (default: standard output)\n"
            "    --wait NAME     slices of this name wait (default: wait)\n"
+           "    --steps N       room for N steps of critical paths (default: 1000000)\n"
            "  --help            this text\n"
            "\n"
            "Times are milliseconds. Status: 0 fine; 1 check found faults; 2 bad arguments, a file\n"
-           "that cannot be read or written, or no trace.\n";
+           "that cannot be read or written, or no trace. Of a text that is broken JSON check says\n"
+           "where; to the other commands it is no trace.\n";
 }
 
 }  // namespace trace

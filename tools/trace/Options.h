@@ -15,9 +15,10 @@ struct Options {
     std::vector<std::string> operands;  // files, and the frame of `frame`
     std::string out;                    // a file; empty: standard output
     std::string sort = "total";
-    std::size_t top = SIZE_MAX;  // rows of a table
-    std::size_t limit = 20;      // faults shown
-    std::string wait = "wait";   // the name of slices that wait
+    std::size_t top = SIZE_MAX;       // rows of a table
+    std::size_t limit = 20;           // faults shown
+    std::string wait = "wait";        // the name of slices that wait
+    std::size_t mostSteps = 1000000;  // of critical paths in a page: some 25 bytes each
     bool json = false;
     bool path = false;
     bool perFrame = false;

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <numeric>
+#include <optional>
 #include <string_view>
 #include <tuple>
 #include <utility>
@@ -19,9 +20,6 @@
 namespace trace {
 namespace {
 
-// Steps of critical paths in a page, so that a trace of a thousand frames does not fill it.
-constexpr std::size_t kMostSteps = 200000;
-
 // Threads as a reader wants them; in the page each slice names its thread by its place here.
 std::vector<std::uint32_t> OrderThreads(const Trace& trace) {
     std::vector<std::uint32_t> order(trace.threads.size());
@@ -35,6 +33,8 @@ std::vector<std::uint32_t> OrderThreads(const Trace& trace) {
                   [&](std::uint32_t thread) { return trace.threads[thread].slices.empty(); });
     return order;
 }
+
+using Path = std::vector<Segment>;
 
 class Data {
 public:
@@ -135,9 +135,10 @@ private:
 
     void AppendFrames() {
         Separate();
-        CriticalPath paths(trace_, options_.wait);
-        std::size_t steps = 0;
-        AppendArray(out_, "frames", FindFrames(trace_), [&](const Frame& frame) {
+        const std::vector<Frame> frames = FindFrames(trace_);
+        const std::vector<std::optional<Path>> paths = FindPaths(frames);
+        auto found = paths.begin();
+        AppendArray(out_, "frames", frames, [&](const Frame& frame) {
             out_ += "{\"index\":";
             AppendQuoted(out_, frame.index);
             out_ += ",\"begin\":";
@@ -147,11 +148,13 @@ private:
             out_ += ",\"end\":";
             AppendTime(frame.end);
             out_ += ',';
-            const std::vector<Segment> path =
-                steps < kMostSteps ? paths.Find(frame) : std::vector<Segment>();
-            steps += path.size();
+            const std::optional<Path>& path = *found++;
+            if (!path) {
+                out_ += "\"path\":null}";
+                return;
+            }
             // Lane, slice or -1, whether it waits, beginning, duration.
-            AppendArray(out_, "path", path, [&](const Segment& segment) {
+            AppendArray(out_, "path", *path, [&](const Segment& segment) {
                 AppendNumber(out_, lanes_[segment.thread]);
                 out_ += ',';
                 AppendNumber(out_, segment.slice == kNone ? -1 : std::int64_t{segment.slice});
@@ -162,6 +165,27 @@ private:
             });
             out_ += '}';
         });
+    }
+
+    // The paths of the slowest frames, as many as the page has room for.
+    std::vector<std::optional<Path>> FindPaths(const std::vector<Frame>& frames) const {
+        std::vector<std::size_t> slowestFirst(frames.size());
+        std::iota(slowestFirst.begin(), slowestFirst.end(), 0U);
+        std::stable_sort(
+            slowestFirst.begin(), slowestFirst.end(), [&](std::size_t a, std::size_t b) {
+                return frames[a].end - frames[a].begin > frames[b].end - frames[b].begin;
+            });
+        CriticalPath finder(trace_, options_.wait);
+        std::vector<std::optional<Path>> paths(frames.size());
+        std::size_t steps = 0;
+        for (const std::size_t frame : slowestFirst) {
+            if (steps >= options_.mostSteps) {
+                break;
+            }
+            paths[frame] = finder.Find(frames[frame]);
+            steps += paths[frame]->size();
+        }
+        return paths;
     }
 
     // Name, time, value.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <iterator>
 
 namespace trace {
@@ -29,6 +30,12 @@ const SortKey* FindSortKey(std::string_view name) {
     return key == std::end(kSortKeys) ? nullptr : key;
 }
 
+// A trace may lie about its times; its sums then stay the largest or smallest number.
+std::int64_t Sum(std::int64_t a, std::int64_t b) {
+    std::int64_t sum = 0;
+    return !__builtin_add_overflow(a, b, &sum) ? sum : b < 0 ? INT64_MIN : INT64_MAX;
+}
+
 }  // namespace
 
 std::int64_t Percentile(std::vector<std::int64_t>& durations, unsigned percent) {
@@ -44,8 +51,8 @@ std::vector<NameStatistics> Summarise(const Trace& trace) {
     for (const Slice& slice : trace.slices) {
         NameStatistics& row = rows[slice.name];
         ++row.count;
-        row.total += slice.Duration();
-        row.self += slice.Self();
+        row.total = Sum(row.total, slice.Duration());
+        row.self = Sum(row.self, slice.Self());
         row.longest = std::max(row.longest, slice.Duration());
         durations[slice.name].push_back(slice.Duration());
     }

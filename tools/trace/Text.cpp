@@ -1,18 +1,9 @@
 #include "Text.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
 namespace trace {
-
-std::string Printable(std::string_view text) {
-    std::string printable(text);
-    std::replace_if(
-        printable.begin(), printable.end(),
-        [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }, '?');
-    return printable;
-}
 
 std::string Quoted(std::string_view text) {
     constexpr std::size_t kLongest = 80;

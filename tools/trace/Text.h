@@ -6,10 +6,11 @@
 #include <string>
 #include <string_view>
 
+#include "common/Printable.h"
+
 namespace trace {
 
-// Without what would steer a terminal: control characters are question marks.
-std::string Printable(std::string_view text);
+using tools::Printable;
 // The same between double quotes, cut where it is very long.
 std::string Quoted(std::string_view text);
 // Nanoseconds as microseconds, with a fraction only where there is one.

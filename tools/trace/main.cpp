@@ -6,14 +6,26 @@
 #include "Options.h"
 #include "Output.h"
 
+namespace {
+
+bool Print(const std::string& file, const std::string& text) {
+    std::string error;
+    const bool isWritten = trace::WriteOutput(file, text, error);
+    if (!isWritten) {
+        std::fprintf(stderr, "zkl-trace: %s\n", error.c_str());
+    }
+    return isWritten;
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
     trace::Options options;
     std::string error;
     trace::PrepareOutput();
     switch (trace::ParseOptions(argc, argv, options, error)) {
         case trace::ParseResult::Help:
-            std::fputs(trace::HelpText().c_str(), stdout);
-            return trace::kFine;
+            return Print("", trace::HelpText()) ? trace::kFine : trace::kUnusable;
         case trace::ParseResult::Bad:
             std::fprintf(stderr, "zkl-trace: %s; --help tells more\n", error.c_str());
             return trace::kUnusable;
@@ -22,10 +34,6 @@ int main(int argc, char** argv) {
     }
     const trace::Result result = trace::Run(options);
     std::fputs(result.news.c_str(), stderr);
-    if (result.status != trace::kUnusable &&
-        !trace::WriteOutput(options.out, result.output, error)) {
-        std::fprintf(stderr, "zkl-trace: %s\n", error.c_str());
-        return trace::kUnusable;
-    }
-    return result.status;
+    const bool isDone = result.status == trace::kUnusable || Print(options.out, result.output);
+    return isDone ? result.status : trace::kUnusable;
 }

@@ -142,7 +142,7 @@ class Page {
   }
 
   showFrame(frame) {
-    this.lanes.path = frame.path.length > 0 ? frame.path : null;
+    this.lanes.path = frame.path !== null && frame.path.length > 0 ? frame.path : null;
     this.view.showAround(frame.begin, Math.max(frame.end, frame.begin + 1));
   }
 

@@ -9,7 +9,7 @@ class SummaryTable {
     this.colours = colours;
     this.choose = choose;
     this.rows = trace.data.summary.slice();
-    this.most = Math.max(1, ...this.rows.map(row => row[2]));
+    this.most = this.rows.reduce((most, row) => Math.max(most, row[2]), 1);
     this.head = document.querySelector('#summary thead').appendChild(document.createElement('tr'));
     COLUMNS.forEach((title, column) => {
       const cell = this.head.appendChild(document.createElement('th'));
@@ -65,10 +65,12 @@ class FrameStrip {
     this.frames = trace.data.frames;
     this.canvas = document.getElementById('frames');
     this.chosen = -1;
-    this.most = Math.max(1, ...this.frames.map(frame => frame.end - frame.begin));
+    this.most = this.frames.reduce((most, frame) => Math.max(most, frame.end - frame.begin), 1);
     document.getElementById('frames-section').hidden = this.frames.length === 0;
+    const without = this.frames.filter(frame => frame.path === null).length;
     document.getElementById('frames-note').textContent =
-      `${this.frames.length} of them, the longest ${timeText(this.most)}; click one to see its critical path`;
+      `${this.frames.length} of them, the longest ${timeText(this.most)}; click one to see its critical path` +
+      (without > 0 ? ` (the page has none for the ${without} fastest; zkl-trace frame shows theirs)` : '');
     this.canvas.addEventListener('click', event => {
       const frame = this.frameAt(event.offsetX);
       if (frame >= 0) {
