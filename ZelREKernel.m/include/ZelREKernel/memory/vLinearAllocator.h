@@ -63,8 +63,8 @@ public:
     void GetRewindPoint(vRewindPoint& point);
     // Gives back the blocks taken since `point`, which is a point of this arena later than its last
     // Reset, and goes on where it stood. Points taken after it are void. Blocks that are taken
-    // after a Rewind belong to the time before its point: to return there again, take a new point. A
-    // loop that rewinds to one point only holds on to the blocks of every round. Linear in the
+    // after a Rewind belong to the time before its point: to return there again, take a new point.
+    // A loop that rewinds to one point only holds on to the blocks of every round. Linear in the
     // points given back.
     void Rewind(const vRewindPoint& point);
     // Gives everything back. Linear in the points taken. Does nothing where there is no current
