@@ -4,11 +4,10 @@
 #include <mutex>
 
 #include "MekHost/MekStatus.h"
+#include "common/EnvironmentLock.h"
 #include "common/NativeEnvironment.h"
 
 namespace {
-
-std::mutex s_mutex;
 
 bool IsName(const char* name) {
     return name && *name && !std::strchr(name, '=');
@@ -20,7 +19,7 @@ std::int32_t MekGetEnv(const char* name, std::string* value) {
     if (!IsName(name) || !value) {
         return kMekInvalidParameter;
     }
-    const std::lock_guard guard(s_mutex);
+    const std::lock_guard guard(mek::environmentLock);
     return mek::GetVariable(name, value) ? kMekOk : kMekNotFound;
 }
 
@@ -30,7 +29,7 @@ std::int32_t MekPutEnv(const char* assignment) {
         return kMekInvalidParameter;
     }
     const std::string name(assignment, equals);
-    const std::lock_guard guard(s_mutex);
+    const std::lock_guard guard(mek::environmentLock);
     return mek::SetVariable(name, equals + 1) ? kMekOk : kMekOutOfMemory;
 }
 
@@ -38,7 +37,7 @@ std::int32_t MekRemoveEnv(const char* name) {
     if (!IsName(name)) {
         return kMekInvalidParameter;
     }
-    const std::lock_guard guard(s_mutex);
+    const std::lock_guard guard(mek::environmentLock);
     mek::RemoveVariable(name);
     return kMekOk;
 }

@@ -9,6 +9,12 @@
 
 #include <cerrno>
 #include <csignal>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "linux/EnvironmentCopy.h"
 
 // The C library's clone() under its second name. The thread sanitizer takes every clone() for a
 // fork and, as the memory is shared, would then treat this process as the forked one.
@@ -21,8 +27,9 @@ constexpr int kFirstOwnDescriptor = 3;
 constexpr std::size_t kStackBytes = std::size_t{256} * 1024;
 
 struct Program {
-    const char* path;
+    const std::vector<std::string>& files;  // to be tried in this order
     const char* const* arguments;
+    char* const* variables;
     bool wait;
     sigset_t signalMask;  // for the program to start with
     int error = 0;
@@ -53,13 +60,25 @@ public:
     SpawnSettings(const SpawnSettings&) = delete;
     SpawnSettings& operator=(const SpawnSettings&) = delete;
 
+    // As execvp() does it: a file that cannot be had is passed over for the next one.
     int Start(const Program& program, pid_t* child) const {
-        return error_ ? error_
-                      : posix_spawnp(child, program.path, &actions_, &attributes_,
-                                     const_cast<char* const*>(program.arguments), environ);
+        int result = error_ ? error_ : ENOENT;
+        for (const std::string& file : program.files) {
+            const int error = error_ ? error_ : StartFile(file.c_str(), program, child);
+            if (error != ENOENT && error != ENOTDIR && error != EACCES) {
+                return error;
+            }
+            result = result == EACCES ? EACCES : error;
+        }
+        return result;
     }
 
 private:
+    int StartFile(const char* file, const Program& program, pid_t* child) const {
+        return posix_spawn(child, file, &actions_, &attributes_,
+                           const_cast<char* const*>(program.arguments), program.variables);
+    }
+
     posix_spawnattr_t attributes_;
     posix_spawn_file_actions_t actions_;
     int error_;
@@ -138,6 +157,29 @@ bool AreChildrenTakenFromUs() {
     return action.sa_handler != SIG_DFL || (action.sa_flags & SA_NOCLDWAIT);
 }
 
+// The files that a program's name may stand for. Not by posix_spawnp(), which would look "PATH" up
+// while others may change it.
+std::vector<std::string> FilesOf(std::string_view name, const EnvironmentCopy& environment) {
+    std::vector<std::string> files;
+    if (name.find('/') != std::string_view::npos) {
+        files.emplace_back(name);
+    } else if (!name.empty()) {
+        const char* const path = environment.Find("PATH");
+        std::string_view folders = path ? path : "/bin:/usr/bin";
+        for (std::size_t end = 0; end != std::string_view::npos;) {
+            end = folders.find(':');
+            std::string file(folders.substr(0, end));
+            // A folder without a name is the working directory.
+            file.append(file.empty() ? "" : "/").append(name);
+            if (access(file.c_str(), F_OK) == 0) {
+                files.push_back(std::move(file));
+            }
+            folders.remove_prefix(end != std::string_view::npos ? end + 1 : 0);
+        }
+    }
+    return files;
+}
+
 // A program that must not be executed is reported like one that cannot be, and a path through
 // something that is no folder like one that is not there.
 int Published(int error) {
@@ -154,7 +196,9 @@ int Published(int error) {
 }  // namespace
 
 int RunProgram(const char* path, const char* const* arguments, bool wait, int* exitCode) {
-    Program program{path, arguments, wait, {}};
+    const EnvironmentCopy environment;
+    const std::vector<std::string> files = FilesOf(path, environment);
+    Program program{files, arguments, environment.Variables(), wait, {}};
     pthread_sigmask(SIG_BLOCK, nullptr, &program.signalMask);
     const SpawnSettings settings(program.signalMask);
     if (wait && !AreChildrenTakenFromUs()) {

@@ -1,11 +1,14 @@
+#include <MekHost/process/MekEnvironment.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <fstream>
 #include <string>
 #include <thread>
 
 #include "ZelREKernel/diagnostics/vProcessLauncher.h"
+#include "support/TempDir.h"
 
 namespace {
 
@@ -36,6 +39,32 @@ TEST(vProcessLauncher, ChildThatFillsAPipeIsReadWhileItIsWaitedFor) {
         EXPECT_EQ(output.size(), std::size_t{1} << 20);
         EXPECT_EQ(result, 0);
     }
+}
+
+// By the folders of "PATH" as it stands, past a file that cannot be executed; the program gets the
+// variables as they stand.
+TEST(vProcessLauncher, NamesAreLookedUpAsTheShellDoes) {
+    const test::TempDir directory;
+    std::ofstream(directory.File("sh")) << "no program\n";
+    const auto launch = [](const std::string& path, int& result) {
+        std::string before;
+        MekGetEnv("PATH", &before);
+        MekPutEnv(("PATH=" + path).c_str());
+        vProcessLauncher launcher("sh", true);
+        launcher.PushArg("-c");
+        launcher.PushArg("exit $ZEL_TEST_CODE");
+        const vProcessLauncher::EError error = launcher.Launch(result);
+        MekPutEnv(("PATH=" + before).c_str());
+        return error;
+    };
+    MekPutEnv("ZEL_TEST_CODE=77");
+    int result = -1;
+    const std::string here = directory.Path().string();
+    EXPECT_EQ(launch(here + ":/nowhere:/bin", result), vProcessLauncher::eSuccess);
+    EXPECT_EQ(result, 77);
+    EXPECT_EQ(launch(here, result), vProcessLauncher::eNotExecutable);
+    EXPECT_EQ(launch("/nowhere", result), vProcessLauncher::eEXENotFound);
+    MekRemoveEnv("ZEL_TEST_CODE");
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 #pragma once
 
-// The environment of the process, as UTF-8. Calls are serialised against each other, not against
-// code that changes the environment behind their back.
+// The environment of the process, as UTF-8. Calls are serialised against each other and against
+// MekStartProcess, not against code that changes the environment behind their back.
 
 #include <cstdint>
 #include <string>
