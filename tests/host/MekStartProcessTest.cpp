@@ -104,14 +104,4 @@ TEST(MekStartProcess, LeavesNoChildBehind) {
     EXPECT_EQ(test::ReadFile(children), "");
 }
 
-TEST(MekStartProcess, GetsTheExitCodeFromAHostThatIgnoresChildren) {
-    constexpr int kChildEnded = 17;  // SIGCHLD; refused where there is no such signal
-    const auto before = std::signal(kChildEnded, SIG_IGN);
-    if (before == SIG_ERR) {
-        GTEST_SKIP() << "this system has no signal for the end of a child";
-    }
-    EXPECT_EQ(Start(kHostChild, {"exit", "9"}, true).result, 9);
-    EXPECT_EQ(std::signal(kChildEnded, before), SIG_IGN);
-}
-
 }  // namespace

@@ -11,6 +11,8 @@
 #include <csignal>
 #include <string>
 #include <string_view>
+#include <system_error>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -102,6 +104,22 @@ void Run(Program& program, const SpawnSettings& settings) {
     }
 }
 
+// No signal reaches the calling thread, or one that it starts, while it lives.
+class BlockedSignals {
+public:
+    BlockedSignals() {
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_BLOCK, &all, &before_);
+    }
+    ~BlockedSignals() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+    BlockedSignals(const BlockedSignals&) = delete;
+    BlockedSignals& operator=(const BlockedSignals&) = delete;
+
+private:
+    sigset_t before_;
+};
+
 struct Errand {
     Program& program;
     const SpawnSettings& settings;
@@ -122,10 +140,27 @@ int GoBetween(void* argument) {
     return 0;
 }
 
+// Makes the go-between process and waits for its end; negative when it cannot be made. Until then
+// nothing of the C library's or a sanitizer's runs on this thread, for the go-between uses what
+// they keep for it. (Not by CLONE_VFORK: a thread suspended so does not stop with its process.)
+[[gnu::noinline, gnu::no_sanitize("thread")]] pid_t MakeAndAwait(char* stackTop, Errand* errand) {
+    // No signal at its end, so that nobody who waits for any child finds it.
+    const pid_t goBetween = __clone(&GoBetween, stackTop, CLONE_VM, errand);
+    for (long ended = -EINTR; goBetween > 0 && ended == -EINTR;) {
+        register long options __asm__("rdx") = __WALL;
+        register long usage __asm__("r10") = 0;
+        __asm__ volatile("syscall"
+                         : "=a"(ended)
+                         : "a"(SYS_wait4), "D"(goBetween), "S"(0), "r"(options), "r"(usage)
+                         : "rcx", "r11", "memory");
+    }
+    return goBetween;
+}
+
 // Runs the program as the child of a go-between process that ends before this returns: so the
 // program is not our child and never a zombie of ours, and when it is waited for its exit code
 // arrives whatever this process does with its children. The go-between shares our memory instead of
-// copying it, and this thread is suspended while it runs, which is what makes the sharing safe.
+// copying it.
 void RunByGoBetween(Program& program, const SpawnSettings& settings) {
     void* const stack = mmap(nullptr, kStackBytes, PROT_READ | PROT_WRITE,
                              MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK, -1, 0);
@@ -133,28 +168,28 @@ void RunByGoBetween(Program& program, const SpawnSettings& settings) {
         program.error = ENOMEM;
         return;
     }
-    // No handler of ours may run in the go-between.
-    sigset_t all;
-    sigset_t before;
-    sigfillset(&all);
-    pthread_sigmask(SIG_BLOCK, &all, &before);
-    Errand errand{program, settings};
-    const pid_t goBetween = __clone(&GoBetween, static_cast<char*>(stack) + kStackBytes,
-                                    CLONE_VM | CLONE_VFORK | SIGCHLD, &errand);
-    if (goBetween < 0) {
-        program.error = errno;
-    } else {
-        WaitForExit(goBetween);
+    {
+        const BlockedSignals noHandlerOfOursThere;
+        Errand errand{program, settings};
+        if (MakeAndAwait(static_cast<char*>(stack) + kStackBytes, &errand) < 0) {
+            program.error = errno;
+        }
     }
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
     munmap(stack, kStackBytes);
 }
 
-// Whether a child's exit code may be gone before we ask for it.
-bool AreChildrenTakenFromUs() {
-    struct sigaction action {};
-    sigaction(SIGCHLD, nullptr, &action);
-    return action.sa_handler != SIG_DFL || (action.sa_flags & SA_NOCLDWAIT);
+// The same on a thread of its own: the calling one goes on getting its signals, however long the
+// program runs.
+void RunByThread(Program& program, const SpawnSettings& settings) {
+    std::thread thread;
+    try {
+        const BlockedSignals noneThere;
+        thread = std::thread([&] { RunByGoBetween(program, settings); });
+    } catch (const std::system_error&) {
+        program.error = ENOMEM;
+        return;
+    }
+    thread.join();
 }
 
 // The files that a program's name may stand for. Not by posix_spawnp(), which would look "PATH" up
@@ -180,10 +215,12 @@ std::vector<std::string> FilesOf(std::string_view name, const EnvironmentCopy& e
     return files;
 }
 
-// A program that must not be executed is reported like one that cannot be, and a path through
-// something that is no folder like one that is not there.
+// A program that must not be executed is reported like one that cannot be, a path through something
+// that is no folder like one that is not there, and a process too many as a lack of memory.
 int Published(int error) {
     switch (error) {
+        case EAGAIN:
+            return ENOMEM;
         case EACCES:
             return ENOEXEC;
         case ENOTDIR:
@@ -201,8 +238,8 @@ int RunProgram(const char* path, const char* const* arguments, bool wait, int* e
     Program program{files, arguments, environment.Variables(), wait, {}};
     pthread_sigmask(SIG_BLOCK, nullptr, &program.signalMask);
     const SpawnSettings settings(program.signalMask);
-    if (wait && !AreChildrenTakenFromUs()) {
-        Run(program, settings);
+    if (wait) {
+        RunByThread(program, settings);
     } else {
         RunByGoBetween(program, settings);
     }

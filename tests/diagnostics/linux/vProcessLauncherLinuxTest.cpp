@@ -1,14 +1,19 @@
 #include <MekHost/process/MekEnvironment.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <csignal>
+#include <filesystem>
 #include <fstream>
 #include <string>
 #include <thread>
 
 #include "ZelREKernel/diagnostics/vProcessLauncher.h"
 #include "support/TempDir.h"
+#include "support/WaitUntil.h"
 
 namespace {
 
@@ -39,6 +44,52 @@ TEST(vProcessLauncher, ChildThatFillsAPipeIsReadWhileItIsWaitedFor) {
         EXPECT_EQ(output.size(), std::size_t{1} << 20);
         EXPECT_EQ(result, 0);
     }
+}
+
+// Not by a thread that waits for any child, nor by one that ignores them.
+TEST(vProcessLauncher, ExitCodeIsTakenByNobodyElse) {
+    for (const bool ignored : {true, false}) {
+        const auto before = std::signal(SIGCHLD, ignored ? SIG_IGN : SIG_DFL);
+        std::atomic<bool> end{false};
+        std::thread taker([&] {
+            while (!end) {
+                wait(nullptr);
+            }
+        });
+        for (int code = 1; code <= 20; ++code) {
+            vProcessLauncher launcher("sh", true);
+            launcher.PushArg("-c");
+            launcher.PushArg("exit " + std::to_string(code));
+            int result = -1;
+            EXPECT_EQ(launcher.Launch(result), vProcessLauncher::eSuccess);
+            EXPECT_EQ(result, code);
+        }
+        end = true;
+        taker.join();
+        std::signal(SIGCHLD, before);
+    }
+}
+
+// The child ends only when the handler has run.
+TEST(vProcessLauncher, SignalsComeWhileAProgramIsWaitedFor) {
+    const test::TempDir directory;
+    const std::string started = directory.File("started");
+    static std::string s_heard;
+    s_heard = directory.File("heard");
+    const auto before =
+        std::signal(SIGUSR1, [](int) { close(open(s_heard.c_str(), O_CREAT | O_WRONLY, 0600)); });
+    std::thread sender([&, waiting = pthread_self()] {
+        test::WaitUntil([&] { return std::filesystem::exists(started); });
+        pthread_kill(waiting, SIGUSR1);
+    });
+    vProcessLauncher launcher("sh", true);
+    launcher.PushArg("-c");
+    launcher.PushArg("> " + started + "; until [ -e " + s_heard + " ]; do sleep 0.01; done");
+    int result = -1;
+    EXPECT_EQ(launcher.Launch(result), vProcessLauncher::eSuccess);
+    EXPECT_EQ(result, 0);
+    sender.join();
+    std::signal(SIGUSR1, before);
 }
 
 // By the folders of "PATH" as it stands, past a file that cannot be executed; the program gets the

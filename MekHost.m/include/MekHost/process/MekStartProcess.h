@@ -22,11 +22,14 @@
 //
 // `error` receives 0, or a number of the C run-time's error list: 2 (no such program), 7 (arguments
 // too long; on Windows 32,767 characters in all), 8 (not an executable, or not permitted to be
-// executed), 12 (no memory), 22 (a null path or argument array), or what else the system said (5 on
-// Windows). Returns kMekOk when the program was started, else kMekInvalidParameter or kMekFailed.
+// executed), 12 (no memory, no process or thread to be had), 22 (a null path or argument array), or
+// what else the system said (5 on Windows). Returns kMekOk when the program was started, else
+// kMekInvalidParameter or kMekFailed.
 //
-// A child that is not waited for leaves nothing behind at its end. On Linux the exit code arrives
-// even when the host ignores the end of its children or handles it; signals for the waiting thread
-// are then held back until the child has ended.
+// A child that is not waited for leaves nothing behind at its end, but for a host on Linux that
+// orphans are given to (process 1, or one that has made itself a subreaper): there it becomes a
+// child of the host, which has to be waited for as other orphans have. The exit code of a child
+// that is waited for arrives on Linux whatever the host does about its children: ignores their end,
+// handles it, or waits for any.
 MEKHOST_EXPORT std::int32_t MekStartProcess(const char* path, const char* const* arguments,
                                             bool wait, int& result, int& error);
