@@ -14,7 +14,9 @@
 // for programs on Windows: the folder of the calling program, the working directory, the system's
 // folders, "PATH" (SearchPathW). A name that comes without its ".exe" is found there as well, with
 // a directory or without. Texts are UTF-8. On Windows the arguments become one command line, quoted
-// so that the child's C run-time reads them back as they are.
+// so that the child's C run-time reads them back as they are. A batch file (".bat", ".cmd") has no
+// such run-time: the command interpreter reads the line by rules of its own, "%", "&" and "^"
+// included, so that an argument from outside can become a command there. Do not hand it any.
 //
 // `result` receives the exit code when waiting, else 0: on Linux 0 to 255, or 128 plus the signal
 // number for a child that a signal ended; on Windows the 32 bits that the child ended with, so that
