@@ -4,6 +4,7 @@
 
 #include <filesystem>
 
+#include "json/FailingNew.h"
 #include "support/ScopedCheckHandler.h"
 #include "support/TempDir.h"
 #include "support/WaitUntil.h"
@@ -74,6 +75,24 @@ TEST(vProcessLauncher, FailuresAreNamed) {
     EXPECT_EQ(error, 2);
     EXPECT_EQ(noPath.Launch(result), vProcessLauncher::eWrongMode);
     EXPECT_EQ(checks.Expressions(), (std::vector<std::string>{"path", "argument"}));
+}
+
+// Whichever allocation fails, of the launcher or of the host services.
+TEST(vProcessLauncher, WithoutMemoryNothingIsThrown) {
+    if (!test::FailingNew::ReachesLibrary()) {
+        GTEST_SKIP() << "the library has an operator new of its own on this system";
+    }
+    vProcessLauncher launcher("no-such-program-on-any-path", true);
+    int error = 12;
+    std::size_t after = 0;
+    for (; error == 12; ++after) {
+        const test::FailingNew failing(after);
+        int result = -1;
+        launcher.Launch(result, error);
+        EXPECT_EQ(result, 0);
+    }
+    EXPECT_EQ(error, 2);
+    EXPECT_GT(after, 3u);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "MekHost/process/MekStartProcess.h"
 
 #include <cerrno>
+#include <new>
 
 #include "MekHost/MekStatus.h"
 #include "common/NativeProcess.h"
@@ -12,6 +13,10 @@ std::int32_t MekStartProcess(const char* path, const char* const* arguments, boo
         error = EINVAL;
         return kMekInvalidParameter;
     }
-    error = mek::RunProgram(path, arguments, wait, &result);
+    try {
+        error = mek::RunProgram(path, arguments, wait, &result);
+    } catch (const std::bad_alloc&) {
+        error = ENOMEM;
+    }
     return error == 0 ? kMekOk : kMekFailed;
 }

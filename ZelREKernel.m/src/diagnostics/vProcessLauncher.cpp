@@ -1,6 +1,7 @@
 #include "ZelREKernel/diagnostics/vProcessLauncher.h"
 
 #include <cerrno>
+#include <new>
 
 #include "MekHost/assertion/MekCheck.h"
 #include "MekHost/process/MekStartProcess.h"
@@ -46,7 +47,13 @@ vProcessLauncher::EError vProcessLauncher::Launch(int& result) const {
 
 void vProcessLauncher::Launch(int& result, int& error) const {
     std::vector<const char*> arguments;
-    arguments.reserve(arguments_.size() + 1);
+    try {
+        arguments.reserve(arguments_.size() + 1);
+    } catch (const std::bad_alloc&) {
+        result = 0;
+        error = ENOMEM;
+        return;
+    }
     for (const std::string& argument : arguments_) {
         arguments.push_back(argument.c_str());
     }

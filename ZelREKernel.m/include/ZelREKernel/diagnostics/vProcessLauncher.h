@@ -5,6 +5,8 @@
 //
 // One object is used by one thread at a time; any threads may launch it beside each other while
 // nobody adds arguments.
+//
+// Without memory what makes or copies a launcher throws std::bad_alloc; a launch throws nothing.
 
 #include <cstdint>
 #include <string>
@@ -35,13 +37,14 @@ public:
     vProcessLauncher& operator=(vProcessLauncher&&) noexcept;
 
     // Adds a copy of an argument, which reaches the program as it is, blanks and quotes included. A
-    // null pointer goes to the assertion sink.
+    // null pointer goes to the assertion sink. Throws std::bad_alloc without memory, with nothing
+    // added.
     void PushArg(const char* argument);
     void PushArg(char* argument);
     void PushArg(const std::string& argument);
 
     // Starts the program, as often as it is called. `result` receives the exit code when waiting,
-    // else 0.
+    // else 0. Without memory: eNotEnoughMemory, error number 12.
     EError Launch(int& result) const;
     // The same; `error` receives the error number, 0 when the program was started.
     void Launch(int& result, int& error) const;
