@@ -18,13 +18,28 @@ public:
     // False on a thread that had its turn already: a fault in the report itself, which nothing is
     // to be done about.
     bool IsOurs() const { return ours_; }
-    // On a thread that works for the one that waits here with its turn.
+    // True on a thread that had let its turn lapse: in code of the host's that it called then, or
+    // after that code has jumped away.
+    bool IsTakenAnew() const { return ours_ && before_ != 0; }
+
+    // On a thread that works for the one that waits here with its turn, and on that one afterwards.
     static void PassToThisThread();
+    void TakeBack();
+
+    // Before code of the host's is called, which may make a report itself, jump away or never end:
+    // the others wait for a while only.
+    void LetLapse();
+    // The process is likely to end; if it does not, the turn lapses.
+    void KeepForAWhile();
     // The process is about to end: a report begun now would be cut off, and its dump would take the
     // place of ours.
-    void KeepToTheEnd() { ours_ = false; }
+    void KeepToTheEnd();
 
 private:
+    void Change(std::uint64_t turn);
+
+    std::uint64_t before_;  // what stands again afterwards
+    std::uint64_t turn_;    // what stands now
     bool ours_;
 };
 

@@ -12,6 +12,7 @@
 #include <cstring>
 #include <filesystem>
 #include <regex>
+#include <vector>
 
 #include "ZelREKernel/diagnostics/vCrashHandling.h"
 #include "diagnostics/linux/MinidumpFormat.h"
@@ -49,7 +50,8 @@ std::string_view Map(const std::string& name) {
 }
 
 struct Outcome {
-    int signal = 0;  // that ended the program
+    int status = 0;  // as the system tells the program's end
+    int signal = 0;  // that ended it
     std::string_view said;
     std::string_view dump;
     std::string_view report;
@@ -67,10 +69,13 @@ std::string_view FindFile(const test::TempDir& directory, const char* ending) {
     return {};
 }
 
-// Runs the program that crashes with its standard error in a file.
-Outcome Crash(const char* kind, const char* where, const char* reactions) {
+// Runs a helper program with its standard error in a file, or as `prepare` changes that.
+Outcome RunHelper(
+    std::vector<const char*> arguments, void (*prepare)() = [] {}) {
     const test::TempDir directory;
     const std::string said = directory.File("said");
+    const std::string program = std::string(ZEL_TEST_BIN_DIR "/") + arguments[0];
+    arguments.push_back(nullptr);
     const pid_t child = fork();
     if (child == 0) {
         setenv("ZelCrashDumpDirectory", directory.Path().c_str(), 1);
@@ -78,14 +83,19 @@ Outcome Crash(const char* kind, const char* where, const char* reactions) {
         setrlimit(RLIMIT_CORE, &none);
         dup2(open(said.c_str(), O_CREAT | O_WRONLY | O_APPEND, 0600), STDERR_FILENO);
         dup2(open("/dev/null", O_WRONLY), STDOUT_FILENO);
-        execl(ZEL_TEST_BIN_DIR "/crashing-program", "crashing-program", kind, where, reactions,
-              nullptr);
+        prepare();
+        execv(program.c_str(), const_cast<char* const*>(arguments.data()));
         _exit(127);
     }
     int status = 0;
     waitpid(child, &status, 0);
-    return {WIFSIGNALED(status) ? WTERMSIG(status) : 0, Map(said), FindFile(directory, "\\.dmp"),
-            FindFile(directory, "\\.txt")};
+    return {status, WIFSIGNALED(status) ? WTERMSIG(status) : 0, Map(said),
+            FindFile(directory, "\\.dmp"), FindFile(directory, "\\.txt")};
+}
+
+Outcome Crash(
+    const char* kind, const char* where, const char* reactions, void (*prepare)() = [] {}) {
+    return RunHelper({"crashing-program", kind, where, reactions}, prepare);
 }
 
 bool Contains(std::string_view text, std::string_view part) {
@@ -241,6 +251,37 @@ TEST(Crash, DoesNoMoreThanItWasToldTo) {
         EXPECT_EQ(outcome.said, c.says ? "************ Exception catched! Code: 40000015\n" : "");
         EXPECT_EQ(!outcome.dump.empty(), c.dumps);
     }
+}
+
+// With handlers of the host's the process says and ends as it does without us, but for the reports:
+// one for each crash.
+TEST(Crash, LeavesTheRestToEarlierHandlers) {
+    SKIP_WITHOUT_HELPER();
+    const std::string report = "************ Exception catched! Code: c0000005\n";
+    const std::string atTheEnd = "************ Exception catched! Code: 40000015\n";
+    const struct {
+        const char* earlier;
+        bool goesOn = false;
+    } cases[] = {
+        {"default"},           {"ignored"},     {"returns"},          {"returns-once"}, {"resets"},
+        {"resets-and-raises"}, {"faults"},      {"faults-unblocked"}, {"faults-once"},  {"aborts"},
+        {"raises-other"},      {"jumps", true}, {"dumps-and-exits"}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.earlier);
+        const Outcome alone = RunHelper({"handled-program", c.earlier, "0"});
+        const Outcome ours = RunHelper({"handled-program", c.earlier, "1"});
+        EXPECT_EQ(ours.status, alone.status);
+        EXPECT_EQ(ours.said,
+                  report + std::string(alone.said) + (c.goesOn ? atTheEnd : std::string()));
+        EXPECT_EQ(ours.dump.empty(), alone.dump.empty());
+    }
+}
+
+// The others wait, and the end of the first one is theirs.
+TEST(Crash, OfThreadsThatCrashTogetherOneIsReported) {
+    const Outcome outcome = Crash("null-write", "together", "1");
+    EXPECT_EQ(outcome.said, "************ Exception catched! Code: c0000005\n");
+    EXPECT_TRUE(kSanitized || outcome.signal == SIGSEGV);
 }
 
 TEST(Crash, WaitsForTheDebuggerItStarts) {

@@ -36,6 +36,12 @@ enum EExceptionReaction : std::uint32_t {
 // nothing on Windows. Every thread that the library starts has a stack for the handler of its own;
 // threads of the host have one while they hold a MekSignalStack, and the thread of the first call
 // gets one.
+//
+// A crash is reported once, whatever the earlier handlers do about it; one of those that returns
+// and has mended nothing gets the fault again, without a report. One report or dump is made at a
+// time. Where the process dies for certain nobody else's begins any more; while earlier handlers
+// run, which may take the crash for theirs, jump away or never end, others wait for 5 s at most.
+// They may call CreateMiniDump() themselves.
 ZELREKERNEL_EXPORT void SetCustomExceptionFilter(unsigned int code, unsigned int reactions);
 
 // Writes a dump of the whole process, without a fault, and beside it a text with the crash report,
@@ -44,7 +50,7 @@ ZELREKERNEL_EXPORT void SetCustomExceptionFilter(unsigned int code, unsigned int
 // directory that the environment variable "ZelCrashDumpDirectory" names or else the working
 // directory on Linux; the text has ".txt" in place of ".dmp". Nothing happens when the file cannot
 // be made. All other threads stand still meanwhile. Waits for the end of another thread's dump or
-// crash report.
+// crash report, and of the handlers that this is passed on to for 5 s at most.
 ZELREKERNEL_EXPORT void CreateMiniDump();
 
 // Starts a debugger on this process and waits until it is attached. Windows: the just-in-time

@@ -6,8 +6,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstddef>
+#include <cstdint>
 #include <iterator>
 
 #include "diagnostics/ReportTurn.h"
@@ -40,42 +42,137 @@ std::uint32_t CodeOf(const siginfo_t& signal) {
     }
 }
 
-// Does what would have been done without us. A fault of an instruction comes again by itself once
-// this handler returns. A signal that somebody sent has to be sent again, and so has a trap: it
-// tells of an instruction that is done, and the thread goes on behind it.
-void PassOn(int number, siginfo_t* signal, void* context) {
-    const auto index = static_cast<std::size_t>(
-        std::find(std::begin(kSignals), std::end(kSignals), number) - std::begin(kSignals));
-    const struct sigaction& earlier = s_earlier[index];
-    if (earlier.sa_flags & SA_SIGINFO) {
-        earlier.sa_sigaction(number, signal, context);
-        return;
+std::size_t IndexOf(int number) {
+    return static_cast<std::size_t>(std::find(std::begin(kSignals), std::end(kSignals), number) -
+                                    std::begin(kSignals));
+}
+
+// ---- the handlers that were there before
+
+// The frame that called such a handler on the thread whose turn lapses.
+std::atomic<std::uintptr_t> s_callersFrame{0};
+
+// Whether the fault hit code that the handler runs. What hit the thread after a jump out of there
+// is another matter: its stack is above that frame, or another one than the frame's.
+bool IsInEarlierHandler(const Fault& fault) {
+    const stack_t& signals = fault.context->uc_stack;
+    const auto isThere = [&](std::uintptr_t address) {
+        return address - reinterpret_cast<std::uintptr_t>(signals.ss_sp) < signals.ss_size;
+    };
+    const auto top = static_cast<std::uintptr_t>(fault.context->uc_mcontext.gregs[REG_RSP]);
+    const std::uintptr_t frame = s_callersFrame.load();
+    return top < frame && isThere(top) == isThere(frame);
+}
+
+// A fault of an instruction, to which the thread returns from the handler.
+struct Place {
+    static Place Of(const Fault& fault) {
+        const greg_t* const registers = fault.context->uc_mcontext.gregs;
+        return {ThreadNumber(), fault.signal->si_signo, fault.signal->si_addr, registers[REG_RIP],
+                registers[REG_RSP]};
     }
-    const bool sent = signal->si_code <= 0;
-    if (earlier.sa_handler == SIG_IGN && sent) {
-        return;
+    bool operator==(const Place&) const = default;
+
+    std::uint32_t thread;
+    int signal;
+    void* address;
+    greg_t instruction;
+    greg_t stack;
+};
+// Where such a handler returned to last, by threads: it may have mended nothing, and the fault
+// comes for ever. A place that another thread's has overwritten is reported once more.
+Place s_returned[64];
+
+Place& ReturnedOf(const Place& place) {
+    return s_returned[place.thread % std::size(s_returned)];
+}
+
+// Somebody else's signal, not the system's.
+bool IsSent(const siginfo_t& signal) {
+    return signal.si_code <= 0;
+}
+
+// A trap tells of an instruction that is done.
+bool ComesAgain(const siginfo_t& signal) {
+    return !IsSent(signal) && signal.si_signo != SIGTRAP;
+}
+
+bool Has(const struct sigaction& action, unsigned flag) {
+    return (static_cast<unsigned>(action.sa_flags) & flag) != 0;
+}
+
+// As the system would call it.
+void Call(struct sigaction& action, const Fault& fault) {
+    const struct sigaction called = action;
+    const int number = fault.signal->si_signo;
+    if (Has(called, SA_RESETHAND)) {
+        action = {};
+        action.sa_handler = SIG_DFL;
     }
-    if (earlier.sa_handler != SIG_IGN && earlier.sa_handler != SIG_DFL) {
-        earlier.sa_handler(number);
-        return;
+    sigset_t blocked = called.sa_mask;
+    if (!Has(called, SA_NODEFER)) {
+        sigaddset(&blocked, number);
     }
+    sigset_t before;
+    pthread_sigmask(SIG_BLOCK, &blocked, &before);
+    if (Has(called, SA_SIGINFO)) {
+        called.sa_sigaction(number, const_cast<siginfo_t*>(fault.signal), fault.context);
+    } else {
+        called.sa_handler(number);
+    }
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+}
+
+// Ends the process where the fault hit it, once the handler has returned: until then the signal is
+// held back. It says what it said, so that a core dump of the system's tells the same.
+void EndBy(const Fault& fault) {
+    const int number = fault.signal->si_signo;
     struct sigaction standard = {};
     standard.sa_handler = SIG_DFL;
     sigaction(number, &standard, nullptr);
-    if (sent || number == SIGTRAP) {
-        // With what its sender said, so that a core dump of the system's tells the same.
-        syscall(SYS_rt_tgsigqueueinfo, getpid(), ThreadNumber(), number, signal);
+    sigset_t held;
+    sigemptyset(&held);
+    sigaddset(&held, number);
+    pthread_sigmask(SIG_BLOCK, &held, nullptr);
+    syscall(SYS_rt_tgsigqueueinfo, getpid(), ThreadNumber(), number, fault.signal);
+}
+
+// Does what would have been done without us.
+void PassOn(const Fault& fault, ReportTurn& turn, bool inEarlierHandler) {
+    struct sigaction& earlier = s_earlier[IndexOf(fault.signal->si_signo)];
+    if (earlier.sa_handler == SIG_IGN && IsSent(*fault.signal)) {
+        return;
+    }
+    // The system does not let a fault be ignored.
+    if (earlier.sa_handler == SIG_DFL || earlier.sa_handler == SIG_IGN) {
+        turn.KeepToTheEnd();
+        EndBy(fault);
+        return;
+    }
+    if (!inEarlierHandler) {
+        s_callersFrame.store(reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0)));
+    }
+    turn.LetLapse();
+    // Behind the call the registers may be others.
+    const Place place = Place::Of(fault);
+    Call(earlier, fault);
+    if (ComesAgain(*fault.signal)) {
+        ReturnedOf(place) = place;
     }
 }
 
-void Handle(int number, siginfo_t* signal, void* context) {
+void Handle(int, siginfo_t* signal, void* context) {
     const int error = errno;
-    if (const ReportTurn turn; turn.IsOurs()) {
-        const Fault fault = {signal, static_cast<ucontext_t*>(context)};
+    const Fault fault = {signal, static_cast<ucontext_t*>(context)};
+    ReportTurn turn;
+    const bool inEarlierHandler = turn.IsTakenAnew() && IsInEarlierHandler(fault);
+    const Place place = Place::Of(fault);
+    const bool cameAgain = ComesAgain(*signal) && ReturnedOf(place) == place;
+    if (turn.IsOurs() && !inEarlierHandler && !cameAgain) {
         ReactToException(CodeOf(*signal), fault);
     }
     errno = error;
-    PassOn(number, signal, context);
+    PassOn(fault, turn, inEarlierHandler);
 }
 
 // The handlers go with the library, unless somebody has put others in their place.
