@@ -17,13 +17,15 @@ struct DumpTask {
     DumpPath path;
     const Fault* fault;
     CallStack stack;
+    // Not for the helper to find out: an orphan has another parent.
+    pid_t process;
     pid_t asking;
 };
 
 // The threads run on before the text is written: naming the stack may need a lock of one of them.
 int WriteDumpAndReport(void* argument) {
     const auto& task = *static_cast<const DumpTask*>(argument);
-    StoppedThreads threads(getppid(), task.asking, task.fault ? task.fault->context : nullptr);
+    StoppedThreads threads(task.process, task.asking, task.fault ? task.fault->context : nullptr);
     WriteMinidump(task.path.CString(), task.fault, threads);
     threads.Release();
     WriteCrashReport(task.path, task.fault, task.stack, threads);
@@ -36,7 +38,7 @@ void WriteCrashDump(const Fault* fault) {
     if (fault == nullptr) {
         RememberLocalTime();
     }
-    DumpTask task = {MakeDumpPath(), fault, {}, static_cast<pid_t>(syscall(SYS_gettid))};
+    DumpTask task = {MakeDumpPath(), fault, {}, getpid(), static_cast<pid_t>(syscall(SYS_gettid))};
     if (fault != nullptr) {
         task.stack.Collect(*fault);
     }

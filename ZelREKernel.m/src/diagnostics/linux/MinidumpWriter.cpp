@@ -256,7 +256,7 @@ void Writer::AddSystem() {
 
     // This process and the one that asks share their memory, not their number.
     const MiscInfo misc = {
-        sizeof(misc), kMiscHasProcessId, static_cast<std::uint32_t>(getppid()), 0, 0, 0};
+        sizeof(misc), kMiscHasProcessId, static_cast<std::uint32_t>(threads_.Process()), 0, 0, 0};
     AddStream(eMiscInfo, file_.Append(&misc, sizeof(misc)));
 }
 
@@ -271,7 +271,7 @@ void Writer::AddFiles() {
     for (const auto& file : files) {
         RawText<64> path;
         path += "/proc/";
-        path += static_cast<std::uint64_t>(getppid());
+        path += static_cast<std::uint64_t>(threads_.Process());
         path += "/";
         path += file.name;
         AddStream(file.type, file_.AppendFile(path.CString()));

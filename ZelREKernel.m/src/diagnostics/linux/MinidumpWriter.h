@@ -7,7 +7,7 @@
 
 namespace ZKL {
 
-// Writes the dump of the process that made this helper process, whose threads stand still. Memory
+// Writes the dump of the process that made this helper process and that `threads` belong to. Memory
 // marked MADV_DONTDUMP is left out. `fault` may be null; else it hit the first of the threads.
 // False when the file could not be made or not be written whole; what was written stays.
 bool WriteMinidump(const char* path, const Fault* fault, const StoppedThreads& threads);

@@ -22,8 +22,9 @@ struct StoppedThread {
 
 class StoppedThreads {
 public:
-    // `process` is the process that made this one; its thread `asking` waits for us and is not
-    // stopped. `context` holds the registers of that thread, or is null to leave them unknown.
+    // `process` is the process that made this one, which may have ended since; its thread `asking`
+    // waits for us and is not stopped. `context` holds the registers of that thread, or is null to
+    // leave them unknown.
     StoppedThreads(pid_t process, pid_t asking, const ucontext_t* context);
     ~StoppedThreads();
     StoppedThreads(const StoppedThreads&) = delete;
@@ -32,6 +33,7 @@ public:
     // Lets them run on; what was read of them stays.
     void Release();
 
+    pid_t Process() const { return process_; }
     // The thread that asks comes first.
     const RawArray<StoppedThread>& Threads() const { return threads_; }
 
