@@ -253,6 +253,32 @@ TEST(Crash, DoesNoMoreThanItWasToldTo) {
     }
 }
 
+// Nobody reads what is said: the reports are made, and the process dies of its crash.
+TEST(Crash, IsReportedWhereNobodyReads) {
+    SKIP_WITHOUT_HELPER();
+    const Outcome outcome = Crash("null-write", "main", "11", [] {
+        int ends[2];
+        static_cast<void>(pipe(ends) + 1);
+        dup2(ends[1], STDERR_FILENO);
+        close(ends[0]);
+    });
+    EXPECT_TRUE(kSanitized || outcome.signal == SIGSEGV) << outcome.signal;
+    CheckDump(outcome.dump, SIGSEGV);
+    EXPECT_TRUE(NamesFrame(outcome.report, "CrashByNullWrite"));
+}
+
+// A limit of the system's for files ends the dump, not the report.
+TEST(Crash, IsToldInATextWhereADumpHasNoRoom) {
+    SKIP_WITHOUT_HELPER();
+    const Outcome outcome = Crash("null-write", "main", "8", [] {
+        const rlimit limit = {1 << 16, 1 << 16};
+        setrlimit(RLIMIT_FSIZE, &limit);
+    });
+    EXPECT_TRUE(kSanitized || outcome.signal == SIGSEGV) << outcome.signal;
+    EXPECT_LE(outcome.dump.size(), std::size_t{1} << 16);
+    EXPECT_TRUE(NamesFrame(outcome.report, "CrashByNullWrite"));
+}
+
 // With handlers of the host's the process says and ends as it does without us, but for the reports:
 // one for each crash.
 TEST(Crash, LeavesTheRestToEarlierHandlers) {

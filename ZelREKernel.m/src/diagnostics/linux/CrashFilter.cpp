@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
+#include <ctime>
 #include <iterator>
 
 #include "diagnostics/ReportTurn.h"
@@ -161,6 +162,32 @@ void PassOn(const Fault& fault, ReportTurn& turn, bool inEarlierHandler) {
     }
 }
 
+// While it lives, a standard error that nobody reads ends nothing.
+class NoPipeSignal {
+public:
+    NoPipeSignal() {
+        sigset_t pending;
+        sigpending(&pending);
+        wasThere_ = sigismember(&pending, SIGPIPE) == 1;
+        sigemptyset(&pipe_);
+        sigaddset(&pipe_, SIGPIPE);
+        pthread_sigmask(SIG_BLOCK, &pipe_, &before_);
+    }
+    ~NoPipeSignal() {
+        const timespec atOnce = {};
+        while (!wasThere_ && sigtimedwait(&pipe_, nullptr, &atOnce) < 0 && errno == EINTR) {
+        }
+        pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+    }
+    NoPipeSignal(const NoPipeSignal&) = delete;
+    NoPipeSignal& operator=(const NoPipeSignal&) = delete;
+
+private:
+    sigset_t pipe_;
+    sigset_t before_;
+    bool wasThere_;  // then it is somebody else's
+};
+
 void Handle(int, siginfo_t* signal, void* context) {
     const int error = errno;
     const Fault fault = {signal, static_cast<ucontext_t*>(context)};
@@ -169,6 +196,7 @@ void Handle(int, siginfo_t* signal, void* context) {
     const Place place = Place::Of(fault);
     const bool cameAgain = ComesAgain(*signal) && ReturnedOf(place) == place;
     if (turn.IsOurs() && !inEarlierHandler && !cameAgain) {
+        const NoPipeSignal guard;
         ReactToException(CodeOf(*signal), fault);
     }
     errno = error;

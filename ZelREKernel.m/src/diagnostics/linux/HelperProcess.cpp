@@ -22,12 +22,24 @@ struct Task {
     std::atomic<bool> allowed{false};
 };
 
-int Main(void* argument) {
-    // A fault in here ends the helper. With the handlers of this process it would start another
-    // one.
+// A fault in here ends the helper, with the handlers of this process it would start another one. A
+// full disk or a standard error that nobody reads ends one write. All else stays blocked: the
+// host's handlers are not for a second process that has the same memory.
+void SetSignals() {
+    sigset_t faults;
+    sigemptyset(&faults);
     for (const int number : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT}) {
         signal(number, SIG_DFL);
+        sigaddset(&faults, number);
     }
+    for (const int number : {SIGPIPE, SIGXFSZ}) {
+        signal(number, SIG_IGN);
+    }
+    pthread_sigmask(SIG_UNBLOCK, &faults, nullptr);
+}
+
+int Main(void* argument) {
+    SetSignals();
     const auto& task = *static_cast<const Task*>(argument);
     while (!task.allowed.load(std::memory_order_acquire)) {
         sched_yield();
@@ -67,9 +79,14 @@ bool RunInHelper(int (*run)(void*), void* argument, int timeoutMs) {
         return false;
     }
     Task task{run, argument};
+    sigset_t all;
+    sigset_t before;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before);
     // No signal at its end, so that neither the host's handlers nor its setting for SIGCHLD matter.
     const pid_t helper = clone(Main, static_cast<char*>(stack) + kStackBytes,
                                CLONE_VM | CLONE_FS | CLONE_FILES | CLONE_UNTRACED, &task);
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
     int status = -1;
     if (helper >= 0) {
         // Where a process may be traced by its ancestors only, this names one more. Elsewhere it
