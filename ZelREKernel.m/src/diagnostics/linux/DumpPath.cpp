@@ -43,6 +43,7 @@ void AppendTwo(DumpPath& path, std::uint64_t number) {
 void RememberLocalTime() {
     const std::time_t now = std::time(nullptr);
     std::tm local = {};
+    tzset();  // localtime_r() does not look whether the host has changed its zone
     if (localtime_r(&now, &local) != nullptr) {
         s_offsetSeconds.store(local.tm_gmtoff, std::memory_order_relaxed);
     }
