@@ -10,7 +10,9 @@
 #include <algorithm>
 #include <csignal>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
+#include <fstream>
 #include <regex>
 #include <vector>
 
@@ -184,6 +186,54 @@ TEST(Crash, DumpsAProcessThatIsWell) {
     setenv("ZelCrashDumpDirectory", directory.File("nowhere").c_str(), 1);
     ZKL::CreateMiniDump();  // nothing happens
     EXPECT_FALSE(std::filesystem::exists(directory.File("nowhere")));
+    unsetenv("ZelCrashDumpDirectory");
+}
+
+// The names without an ending of dumps made now and, should the minute be over, a little later, by
+// a clock that is 11 hours and 30 minutes ahead of universal time.
+std::vector<std::string> NamesNow(const test::TempDir& directory) {
+    std::vector<std::string> names;
+    for (const int later : {0, 60}) {
+        const std::time_t when = std::time(nullptr) + 41400 + later;
+        char name[64];
+        std::strftime(name, sizeof(name), "MiniDump-%d-%m%Y_%Hh%M", std::gmtime(&when));
+        names.push_back(directory.File(name));
+    }
+    return names;
+}
+
+// What has the names already is no way to somebody's file, and gives nobody else a look.
+TEST(Crash, DumpsAreTheirOwnersAlone) {
+    SKIP_WITHOUT_HELPER();
+    namespace files = std::filesystem;
+    const test::TempDir directory;
+    setenv("ZelCrashDumpDirectory", directory.Path().c_str(), 1);
+    setenv("TZ", "ZEL-11:30", 1);
+    std::ofstream(directory.File("kept")) << "somebody's";
+    std::vector<std::string> names = NamesNow(directory);
+    for (const std::string& name : names) {
+        files::create_symlink("kept", name + ".dmp");
+        std::ofstream(name + ".txt") << "old";
+    }
+    ZKL::CreateMiniDump();
+    EXPECT_EQ(test::ReadFile(directory.File("kept")), "somebody's");
+    const std::string name = files::is_symlink(names[0] + ".dmp") ? names[1] : names[0];
+    for (const char* const ending : {".dmp", ".txt"}) {
+        const files::file_status status = files::symlink_status(name + ending);
+        EXPECT_EQ(status.type(), files::file_type::regular) << ending;
+        EXPECT_EQ(status.permissions(), files::perms::owner_read | files::perms::owner_write);
+        EXPECT_GT(files::file_size(name + ending), 100u);
+    }
+    // The text is there where the dump cannot be made.
+    names = NamesNow(directory);
+    for (const std::string& each : names) {
+        files::remove(each + ".dmp");
+        files::remove(each + ".txt");
+        files::create_directory(each + ".dmp");
+    }
+    ZKL::CreateMiniDump();
+    EXPECT_TRUE(files::exists(names[0] + ".txt") || files::exists(names[1] + ".txt"));
+    unsetenv("TZ");
     unsetenv("ZelCrashDumpDirectory");
 }
 

@@ -67,7 +67,7 @@ void WriteCrashReport(const DumpPath& dump, const Fault* fault, const CallStack&
     DumpPath path;
     path += dump.View().substr(0, dump.View().size() - 4);
     path += ".txt";
-    const int file = open(path.CString(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    const int file = MakePrivateFile(path.CString(), O_WRONLY);
     if (file < 0) {
         return;
     }

@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "diagnostics/linux/RawText.h"
+
 namespace ZKL {
 namespace {
 
@@ -39,8 +41,7 @@ char32_t TakeCodePoint(std::string_view& text) {
 
 }  // namespace
 
-DumpFile::DumpFile(const char* path)
-    : file_(open(path, O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0600)), good_(file_ >= 0) {}
+DumpFile::DumpFile(const char* path) : file_(MakePrivateFile(path, O_RDWR)), good_(file_ >= 0) {}
 
 DumpFile::~DumpFile() {
     if (file_ >= 0) {

@@ -13,7 +13,7 @@ namespace ZKL {
 
 class DumpFile {
 public:
-    // Makes the file afresh, readable by its owner alone: a dump holds all that the process knew.
+    // Makes the file by MakePrivateFile: a dump holds all that the process knew.
     explicit DumpFile(const char* path);
     ~DumpFile();
     DumpFile(const DumpFile&) = delete;

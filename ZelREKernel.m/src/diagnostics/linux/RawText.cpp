@@ -50,6 +50,11 @@ bool RawLines::Next(std::string_view& line) {
     }
 }
 
+int MakePrivateFile(const char* path, int access) {
+    unlink(path);
+    return open(path, access | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+}
+
 std::uint64_t TakeNumber(std::string_view& text, unsigned base) {
     std::uint64_t number = 0;
     for (; !text.empty(); text.remove_prefix(1)) {

@@ -65,6 +65,11 @@ private:
     char buffer_[8192];
 };
 
+// Makes the file afresh, readable by its owner alone, in place of what had its name: an old file
+// would keep its readers, and a link would lead elsewhere. `access` is O_RDWR or O_WRONLY. Negative
+// when it cannot be made.
+int MakePrivateFile(const char* path, int access);
+
 // Takes a number off the front of `text`; 0 when there is none.
 std::uint64_t TakeNumber(std::string_view& text, unsigned base);
 
