@@ -21,6 +21,8 @@ void InstallExceptionFilter();
 void WriteToStandardError(std::string_view text);
 // Writes the stack of the thread that `fault` hit to standard error.
 void LogCallStack(const Fault& fault);
+// AttachDebugger(). Where the process is `crashing`, neither locks nor the heap are to be had.
+void StartAndAwaitDebugger(bool crashing);
 // Writes the dump and the text beside it; `fault` may be null.
 void WriteCrashDump(const Fault* fault);
 

@@ -41,6 +41,10 @@ void CreateMiniDump() {
     }
 }
 
+void AttachDebugger() {
+    StartAndAwaitDebugger(false);
+}
+
 bool ReactToException(std::uint32_t code, const Fault& fault) {
     const std::uint32_t reactions = s_reactions.Find(code);
     if (reactions & eReactionPrint) {
@@ -50,7 +54,7 @@ bool ReactToException(std::uint32_t code, const Fault& fault) {
         LogCallStack(fault);
     }
     if (reactions & eReactionAttach) {
-        AttachDebugger();
+        StartAndAwaitDebugger(true);
     }
     if (reactions & eReactionDump) {
         WriteCrashDump(&fault);

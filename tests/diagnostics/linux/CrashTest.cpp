@@ -362,9 +362,14 @@ TEST(Crash, OfThreadsThatCrashTogetherOneIsReported) {
 
 TEST(Crash, WaitsForTheDebuggerItStarts) {
     const test::TempDir directory;
-    setenv("ZelDebuggerCommand", ("echo %d > " + directory.File("asked") + "; exit 2").c_str(), 1);
+    // What is open in this process, whoever forgot to mark it, is not there.
+    const int open = fcntl(STDIN_FILENO, F_DUPFD, 100);
+    setenv("ZelDebuggerCommand",
+           ("(echo %d; ls /proc/self/fd) > " + directory.File("asked") + "; exit 2").c_str(), 1);
     ZKL::AttachDebugger();  // fails without attaching: nobody waits for ever
-    EXPECT_EQ(test::ReadFile(directory.File("asked")), std::to_string(getpid()) + "\n");
+    close(open);
+    // The last one is the list's own.
+    EXPECT_EQ(test::ReadFile(directory.File("asked")), std::to_string(getpid()) + "\n0\n1\n2\n3\n");
     // Neither there: not a word.
     testing::internal::CaptureStderr();
     setenv("ZelDebuggerCommand", "/nonexistent/debugger %d", 1);

@@ -1,15 +1,20 @@
+#include <MekHost/process/MekEnvironment.h>
 #include <fcntl.h>
+#include <signal.h>
 #include <spawn.h>
 #include <sys/prctl.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
 #include <ctime>
+#include <new>
+#include <string>
 
-#include "ZelREKernel/diagnostics/vCrashHandling.h"
 #include "core/DebuggerAttached.h"
+#include "diagnostics/CrashFilter.h"
 #include "diagnostics/linux/RawText.h"
 
 namespace ZKL {
@@ -25,11 +30,35 @@ constexpr int kStatusFile = 9;
 constexpr std::string_view kPlain =
     "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789/._+-";
 
+constexpr std::size_t kMostOfCommand = 4096;
+using Command = RawText<kMostOfCommand>;
+
+// What the user wants started, with "%d" for this process's number.
+Command ChooseCommand(bool crashing) {
+    constexpr const char* kVariable = "ZelDebuggerCommand";
+    Command command;
+    if (crashing) {
+        // The lock of the environment may be what the crashed thread holds.
+        const char* const chosen = std::getenv(kVariable);
+        command += chosen != nullptr ? chosen : "";
+    } else {
+        try {
+            std::string chosen;
+            MekGetEnv(kVariable, &chosen);
+            command += chosen;
+        } catch (const std::bad_alloc&) {
+            // The standard command is as good as any then.
+        }
+    }
+    if (command.View().empty()) {
+        command += kStandardCommand;
+    }
+    return command;
+}
+
 // The command with this process's number for each "%d"; its exit status goes to kStatusFile.
-RawText<4096> MakeCommand() {
-    const char* const chosen = std::getenv("ZelDebuggerCommand");
-    std::string_view pattern = chosen != nullptr && chosen[0] != '\0' ? chosen : kStandardCommand;
-    RawText<4096> command;
+Command CompleteCommand(std::string_view pattern) {
+    Command command;
     // The shell would complain of a program that is not there.
     const std::string_view program = pattern.substr(0, pattern.find(' '));
     if (program.find_first_not_of(kPlain) == std::string_view::npos) {
@@ -48,22 +77,41 @@ RawText<4096> MakeCommand() {
     return command;
 }
 
+// Starts a shell for the command, whose status it writes to `statusFile`, and nothing else of ours:
+// what it starts may outlive this process. The signals are as a program expects them.
+bool StartShell(const char* command, int statusFile) {
+    if (dup2(statusFile, kStatusFile) < 0 || fcntl(kStatusFile, F_SETFD, 0) != 0) {
+        return false;
+    }
+    syscall(SYS_close_range, STDERR_FILENO + 1, kStatusFile - 1, 0);
+    syscall(SYS_close_range, kStatusFile + 1, ~0U, 0);
+    sigset_t signals;
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    sigemptyset(&signals);
+    posix_spawnattr_setsigmask(&attributes, &signals);
+    sigaddset(&signals, SIGCHLD);
+    sigaddset(&signals, SIGPIPE);
+    posix_spawnattr_setsigdefault(&attributes, &signals);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    const char* const arguments[] = {"sh", "-c", command, nullptr};
+    pid_t shell = 0;
+    // The type of arguments is older than const; nobody changes what they point to.
+    return posix_spawn(&shell, "/bin/sh", nullptr, &attributes, const_cast<char* const*>(arguments),
+                       environ) == 0;
+}
+
 // Runs the command in a process whose parent ends at once, so that its end, however late, leaves
 // nothing in this process. Its exit status comes as text to the file returned; negative when
 // nothing could be started.
 int Start(const char* command) {
-    const char* const arguments[] = {"sh", "-c", command, nullptr};
     int ends[2] = {};
     if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) {
         return -1;
     }
     const pid_t parent = vfork();
     if (parent == 0) {
-        pid_t shell = 0;
-        // The type of arguments is older than const; nobody changes what they point to.
-        _exit(dup2(ends[1], kStatusFile) < 0 || fcntl(kStatusFile, F_SETFD, 0) != 0 ||
-              posix_spawn(&shell, "/bin/sh", nullptr, nullptr, const_cast<char* const*>(arguments),
-                          environ) != 0);
+        _exit(StartShell(command, ends[1]) ? 0 : 1);
     }
     close(ends[1]);
     while (parent > 0 && waitpid(parent, nullptr, 0) < 0 && errno == EINTR) {
@@ -94,13 +142,13 @@ bool WaitForDebugger(int result) {
 
 }  // namespace
 
-void AttachDebugger() {
+void StartAndAwaitDebugger(bool crashing) {
     if (IsDebuggerAttached()) {
         return;
     }
     // A debugger is no child of a process that it watches.
     prctl(PR_SET_PTRACER, PR_SET_PTRACER_ANY, 0, 0, 0);
-    const int result = Start(MakeCommand().CString());
+    const int result = Start(CompleteCommand(ChooseCommand(crashing).View()).CString());
     if (result < 0 || !WaitForDebugger(result)) {
         prctl(PR_SET_PTRACER, 0, 0, 0, 0);
     }

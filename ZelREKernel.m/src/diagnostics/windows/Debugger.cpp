@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "ZelREKernel/diagnostics/vCrashHandling.h"
+#include "diagnostics/CrashFilter.h"
 
 namespace ZKL {
 namespace {
@@ -35,7 +35,7 @@ void WaitForDebugger(HANDLE process) {
 
 }  // namespace
 
-void AttachDebugger() {
+void StartAndAwaitDebugger(bool) {
     if (IsDebuggerPresent()) {
         return;
     }
