@@ -56,7 +56,7 @@ ZELREKERNEL_EXPORT void CreateMiniDump();
 // Starts a debugger on this process and waits until it is attached. Windows: the just-in-time
 // debugger of the system. Linux: the command in the environment variable "ZelDebuggerCommand", with
 // the process id in place of "%d", else gdb in a terminal window. Does nothing when a debugger is
-// attached already. Returns at once when none can be started and when what was started fails; 10 s
+// attached already. Returns at once when none can be started and when what was started fails; 60 s
 // after it ended well without a debugger, as it may have left the start to another process.
 ZELREKERNEL_EXPORT void AttachDebugger();
 

@@ -23,7 +23,8 @@ namespace {
 // What Debian calls the user's terminal.
 constexpr const char* kStandardCommand = "x-terminal-emulator -e gdb -p %d";
 constexpr int kPollMs = 20;
-constexpr int kGracePolls = 10'000 / kPollMs;
+// A person may have to answer for what the command has left the start to.
+constexpr int kGracePolls = 60'000 / kPollMs;
 // Where the shell says how the command has ended; shells know files of one digit.
 constexpr int kStatusFile = 9;
 // What means nothing else to the shell.

@@ -8,7 +8,8 @@ namespace ZKL {
 namespace {
 
 constexpr DWORD kPollMs = 100;
-constexpr DWORD kGraceMs = 10'000;
+// A person may have to answer for what the command has left the start to.
+constexpr DWORD kGraceMs = 60'000;
 
 // Empty when the system does not tell where its programs are.
 std::wstring SystemDirectory() {
