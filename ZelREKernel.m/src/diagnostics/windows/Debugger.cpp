@@ -44,13 +44,14 @@ void StartAndAwaitDebugger(bool) {
     if (directory.empty()) {
         return;
     }
-    std::wstring command =
-        directory + L"\\vsjitdebugger.exe -p " + std::to_wstring(GetCurrentProcessId());
+    // Named for itself: in the command line alone a blank in the directory would end the name.
+    const std::wstring program = directory + L"\\vsjitdebugger.exe";
+    std::wstring command = program + L" -p " + std::to_wstring(GetCurrentProcessId());
     STARTUPINFOW startup = {};
     startup.cb = sizeof(startup);
     PROCESS_INFORMATION process = {};
-    if (!CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
-                        &startup, &process)) {
+    if (!CreateProcessW(program.c_str(), command.data(), nullptr, nullptr, FALSE, 0, nullptr,
+                        nullptr, &startup, &process)) {
         return;
     }
     CloseHandle(process.hThread);
