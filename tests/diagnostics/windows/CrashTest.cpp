@@ -3,6 +3,7 @@
 #include <dbghelp.h>
 #include <gtest/gtest.h>
 
+#include <ctime>
 #include <filesystem>
 #include <regex>
 
@@ -206,6 +207,19 @@ TEST_F(Crash, DumpsAProcessThatIsWell) {
     EXPECT_EQ(ExceptionIn(FindDump(".dmp")).ExceptionRecord.ExceptionCode, 0u);
     EXPECT_TRUE(Contains(test::ReadFile(FindDump(".dmp").string()), mark));
     EXPECT_EQ(test::ReadText(FindDump(".txt").string()).rfind("==== THREADS ====\n", 0), 0u);
+
+    // The text is there where the dump cannot be made: folders have this minute's name and the
+    // next.
+    RemoveDumps();
+    for (const int later : {0, 60}) {
+        const std::time_t when = std::time(nullptr) + later;
+        char name[64];
+        std::strftime(name, sizeof(name), "MiniDump-%d-%m%Y_%Hh%M.dmp", std::localtime(&when));
+        std::filesystem::create_directory(kDumps / name);
+    }
+    ZKL::CreateMiniDump();
+    EXPECT_FALSE(FindDump(".txt").empty());
+    RemoveDumps();
 }
 
 // The others wait, and the end of the first one is theirs.

@@ -2,20 +2,17 @@
 
 #include <windows.h>
 
+#include "base/windows/QuietErrors.h"
+
 namespace ZKL {
 
 const char* const kLibrarySuffix = ".dll";
 
 void* OpenLibrary(const char* fileName, LibraryError& error) {
-    // A damaged file is this call's failure, not a question to whoever sits before the screen.
-    DWORD mode = 0;
-    const BOOL quiet = SetThreadErrorMode(SEM_FAILCRITICALERRORS, &mode);
+    const QuietErrors quiet;
     const HMODULE library = LoadLibraryA(fileName);
     if (!library) {
         error.number = static_cast<int>(GetLastError());
-    }
-    if (quiet) {
-        SetThreadErrorMode(mode, nullptr);
     }
     return library;
 }

@@ -1,6 +1,7 @@
 #include <ctime>
 #include <string>
 
+#include "base/windows/QuietErrors.h"
 #include "diagnostics/CrashFilter.h"
 #include "diagnostics/windows/CrashReport.h"
 #include "diagnostics/windows/DebugHelp.h"
@@ -23,11 +24,11 @@ std::wstring MakeDumpPath() {
     return path;
 }
 
-bool WriteMiniDump(const std::wstring& path, const Fault* fault) {
+void WriteMiniDump(const std::wstring& path, const Fault* fault) {
     const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
                                     CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE) {
-        return false;
+        return;
     }
     if (const DebugHelp& help = DebugHelp::Get(); help.miniDumpWriteDump != nullptr) {
         MINIDUMP_EXCEPTION_INFORMATION exception = {};
@@ -40,16 +41,16 @@ bool WriteMiniDump(const std::wstring& path, const Fault* fault) {
                                nullptr, nullptr);
     }
     CloseHandle(file);
-    return true;
 }
 
 }  // namespace
 
 void WriteCrashDump(const Fault* fault) {
+    const QuietErrors quiet;
     const std::wstring path = MakeDumpPath();
-    if (WriteMiniDump(path, fault)) {
-        WriteCrashReport(path, fault);
-    }
+    WriteMiniDump(path, fault);
+    // Worth having without the dump, too.
+    WriteCrashReport(path, fault);
 }
 
 }  // namespace ZKL
