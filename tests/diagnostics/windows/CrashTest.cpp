@@ -139,6 +139,13 @@ TEST_F(Crash, TheFilterIsSetOnceAndForAll) {
         {"e0001234 0 e0001234", "", "33 c0 c3 null"},
         {"e0001233 15 e0001234", "", "33 c0 c3 null"},
         {"e0001234 1 e0001234 over", "other filter\n", "a filter"},
+        // The filter that was there before hears of all, and may take the end back: the next report
+        // is made then, whichever thread it is of.
+        {"e0001234 1 e0001234 earlier", says + "other filter\n", "33 c0 c3 null"},
+        {"e0001233 1 e0001234 earlier", "other filter\n", "33 c0 c3 null"},
+        {"e0001234 1 e0001234 resume", says + "other filter\n" + says + "other filter\n",
+         "33 c0 c3 null"},
+        {"e0001234 1 e0001233 resume", "other filter\n" + says + "other filter\n", "33 c0 c3 null"},
         // Reported by a thread that has room for it.
         {"c00000fd 1 c00000fd", "************ Exception catched! Code: c00000fd\n",
          "33 c0 c3 null"},

@@ -1,8 +1,11 @@
 #include "diagnostics/CrashFilter.h"
 
 #include <MekHost/system/MekSignalStack.h>
+#include <io.h>
 
+#include <atomic>
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
 
 #include "base/NativeLibrary.h"
@@ -16,51 +19,84 @@ namespace {
 constexpr DWORD kFatalAppExit = 0x40000015;
 constexpr DWORD kHeapCorruption = 0xC0000374;
 
-DWORD WINAPI React(void* argument) {
-    const auto& fault = *static_cast<const Fault*>(argument);
-    ReactToException(fault.pointers->ExceptionRecord->ExceptionCode, fault);
+// A thread that does nothing for so long waits for what the crashed one holds.
+constexpr DWORD kPatienceMs = 30'000;
+
+bool React(const Fault& fault) {
+    return ReactToException(fault.pointers->ExceptionRecord->ExceptionCode, fault);
+}
+
+// False when the thread has stopped working: for a dump and for a debugger it takes its time.
+bool WaitFor(HANDLE thread) {
+    ULONG64 before = 0;
+    for (ULONG64 cycles = 0; WaitForSingleObject(thread, kPatienceMs) == WAIT_TIMEOUT;) {
+        before = cycles;
+        if (!QueryThreadCycleTime(thread, &cycles) || cycles == before) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// Not on the stack of the crashed thread, which may be gone before the other is.
+Fault s_faultOfAnother;
+std::atomic<bool> s_reacted;
+
+DWORD WINAPI ReactForAnother(void*) {
+    ReportTurn::PassToThisThread();
+    s_reacted = React(s_faultOfAnother);
     return 0;
 }
 
-DWORD WINAPI ReactForAnother(void* argument) {
-    ReportTurn::PassToThisThread();
-    return React(argument);
-}
-
-void Report(EXCEPTION_POINTERS* pointers, bool isTheEnd) {
-    ReportTurn turn;
-    if (!turn.IsOurs()) {
-        return;
-    }
-    Fault fault = {pointers, GetCurrentThreadId()};
+// True when there was something to do about it.
+bool Report(EXCEPTION_POINTERS* pointers, ReportTurn& turn) {
+    const Fault fault = {pointers, GetCurrentThreadId()};
     HANDLE other = nullptr;
     if (pointers->ExceptionRecord->ExceptionCode == EXCEPTION_STACK_OVERFLOW) {
         // What is left of the stack is too little for symbols and dumps.
-        other = CreateThread(nullptr, 0, &ReactForAnother, &fault, 0, nullptr);
+        s_faultOfAnother = fault;
+        other = CreateThread(nullptr, 0, &ReactForAnother, nullptr, 0, nullptr);
     }
-    if (other != nullptr) {
-        WaitForSingleObject(other, INFINITE);
-        CloseHandle(other);
-    } else {
-        React(&fault);
+    if (other == nullptr) {
+        return React(fault);
     }
-    if (isTheEnd) {
-        turn.KeepToTheEnd();
-    }
+    const bool ended = WaitFor(other);
+    CloseHandle(other);
+    turn.TakeBack();
+    return !ended || s_reacted;
 }
 
+// The filter that was there before, and the frame that calls it on the thread whose turn lapses.
+std::atomic<LPTOP_LEVEL_EXCEPTION_FILTER> s_earlierFilter{nullptr};
+std::atomic<std::uintptr_t> s_callersFrame{0};
+
 LONG WINAPI Filter(EXCEPTION_POINTERS* pointers) {
-    if (pointers->ExceptionRecord->ExceptionCode != kHeapCorruption) {
-        Report(pointers, true);
+    ReportTurn turn;
+    const bool inEarlierFilter =
+        turn.IsTakenAnew() && pointers->ContextRecord->Rsp < s_callersFrame.load();
+    const bool reported = turn.IsOurs() && !inEarlierFilter &&
+                          pointers->ExceptionRecord->ExceptionCode != kHeapCorruption &&
+                          Report(pointers, turn);
+    if (!inEarlierFilter) {
+        s_callersFrame = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
     }
-    return EXCEPTION_CONTINUE_SEARCH;
+    turn.LetLapse();
+    const LPTOP_LEVEL_EXCEPTION_FILTER earlier = s_earlierFilter;
+    const LONG answer = earlier != nullptr ? earlier(pointers) : EXCEPTION_CONTINUE_SEARCH;
+    if (reported && answer != EXCEPTION_CONTINUE_EXECUTION) {
+        turn.KeepToTheEnd();
+    }
+    return answer;
 }
 
 // The system ends a process whose heap it finds broken without asking the filter, but tells those
 // who want to hear of an exception first.
 LONG WINAPI OnException(EXCEPTION_POINTERS* pointers) {
     if (pointers->ExceptionRecord->ExceptionCode == kHeapCorruption) {
-        Report(pointers, false);
+        ReportTurn turn;
+        if (turn.IsOurs() && Report(pointers, turn)) {
+            turn.KeepForAWhile();
+        }
     }
     return EXCEPTION_CONTINUE_SEARCH;
 }
@@ -69,7 +105,8 @@ using AbortHandler = void (*)(int);
 AbortHandler s_earlierAbort = SIG_DFL;
 
 // abort() is no exception here, but the run-time library's signal on the thread that called it. So
-// an uncaught C++ exception ends, too. The process ends when the handler has returned.
+// an uncaught C++ exception ends, too. The process ends when the handler has returned, but for a
+// signal that was raised without abort().
 void OnAbort(int signal) {
     EXCEPTION_RECORD record = {};
     CONTEXT context = {};
@@ -78,9 +115,14 @@ void OnAbort(int signal) {
     record.ExceptionFlags = EXCEPTION_NONCONTINUABLE;
     record.ExceptionAddress = reinterpret_cast<void*>(context.Rip);
     EXCEPTION_POINTERS pointers = {&record, &context};
-    Report(&pointers, false);
+    ReportTurn turn;
+    const bool reported = turn.IsOurs() && Report(&pointers, turn);
+    turn.LetLapse();
     if (s_earlierAbort != SIG_DFL && s_earlierAbort != SIG_IGN) {
         s_earlierAbort(signal);
+    }
+    if (reported) {
+        turn.KeepForAWhile();
     }
 }
 
@@ -103,15 +145,22 @@ void InstallExceptionFilter() {
     static const MekSignalStack s_stack;
     // Nothing can take the filter back once the door is closed, so its code has to stay.
     KeepLibraryLoaded(reinterpret_cast<const void*>(&Filter));
-    SetUnhandledExceptionFilter(&Filter);
+    s_earlierFilter = SetUnhandledExceptionFilter(&Filter);
     CloseTheDoor();
     AddVectoredExceptionHandler(0, &OnException);
     s_earlierAbort = std::signal(SIGABRT, &OnAbort);
 }
 
+// Past the C run-time, whose lock the crashed thread may hold.
 void WriteToStandardError(std::string_view text) {
-    std::fwrite(text.data(), 1, text.size(), stderr);
-    std::fflush(stderr);
+    auto* const file = reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(stderr)));
+    DWORD written = 0;
+    for (; !text.empty(); text.remove_prefix(written)) {
+        if (!WriteFile(file, text.data(), static_cast<DWORD>(text.size()), &written, nullptr) ||
+            written == 0) {
+            return;
+        }
+    }
 }
 
 }  // namespace ZKL
