@@ -69,8 +69,10 @@ TEST(DebuggerUI, AsksOnTheDisplayFirst) {
     setenv("PATH", (directory.Path().string() + ":" + path).c_str(), 1);
     setenv("DISPLAY", ":nowhere", 1);
     setenv("ZEL_ASKED", directory.File("asked").c_str(), 1);
-    for (const auto& [answer, choice] :
-         {std::pair("echo 2", 2u), {"exit 1", 0xFFFFFFFFu}, {"echo 3", 0xFFFFFFFFu}}) {
+    for (const auto& [answer, choice] : {std::pair("echo 2", 2u),
+                                         {"exit 1", 0xFFFFFFFFu},
+                                         {"echo 3", 0xFFFFFFFFu},
+                                         {"", 0xFFFFFFFFu}}) {
         setenv("ZEL_ANSWER", answer, 1);
         EXPECT_EQ(ZKL::DebuggerUI({L"one", L"it's \u00fc", L"three"}), choice) << answer;
     }
@@ -78,9 +80,13 @@ TEST(DebuggerUI, AsksOnTheDisplayFirst) {
         test::ReadFile(directory.File("asked")),
         "--list|--title=Select Your debugger|--text=|--column=#|--column=Debugger|"
         "--hide-column=1|--print-column=1|--width=320|--height=182|0|one|1|it's \u00fc|2|three|");
-    // Without such a program the terminal is asked.
-    setenv("PATH", "/nowhere", 1);
+    // Where it shows nothing or is not there the terminal is asked.
     std::string shown;
+    setenv("ZEL_ANSWER", "eval echo '(zenity:1): cannot open display: :nowhere' >&2; exit 1", 1);
+    EXPECT_EQ(Choose("1\n", shown), 1);
+    setenv("ZEL_ANSWER", "exit 255", 1);
+    EXPECT_EQ(Choose("1\n", shown), 1);
+    setenv("PATH", "/nowhere", 1);
     EXPECT_EQ(Choose("1\n", shown), 1);
     setenv("PATH", path.c_str(), 1);
     unsetenv("DISPLAY");

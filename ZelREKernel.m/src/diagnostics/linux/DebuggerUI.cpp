@@ -1,11 +1,16 @@
+#include <MekHost/MekStatus.h>
+#include <MekHost/process/MekEnvironment.h>
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <bit>
+#include <cerrno>
 #include <charconv>
 #include <cstdio>
-#include <cstdlib>
-#include <memory>
 #include <optional>
+#include <string_view>
 
 #include "ZelREKernel/diagnostics/vCrashHandling.h"
 #include "diagnostics/GraphicsDebugger.h"
@@ -54,8 +59,8 @@ std::string Quoted(const std::string& text) {
 }
 
 bool HasValue(const char* variable) {
-    const char* const value = std::getenv(variable);
-    return value != nullptr && value[0] != '\0';
+    std::string value;
+    return MekGetEnv(variable, &value) == kMekOk && !value.empty();
 }
 
 // The number that a line begins with, if it is below `count`.
@@ -66,32 +71,85 @@ unsigned ChoiceIn(const char* line, std::size_t count) {
     return number < count ? number : kNothing;
 }
 
-// Asks by the dialog program of the desktop; nothing when there is no such program, the choice or
-// kNothing when there is.
-std::optional<unsigned> AskOnDisplay(const std::vector<std::wstring>& names) {
-    if (!HasValue("DISPLAY") && !HasValue("WAYLAND_DISPLAY")) {
-        return std::nullopt;
+// A shell that runs a command with no descriptor of ours.
+class Shell {
+public:
+    explicit Shell(const char* command) {
+        int ends[2] = {};
+        if (pipe2(ends, O_CLOEXEC) != 0) {
+            return;
+        }
+        posix_spawn_file_actions_t actions;
+        posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
+        posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
+        const char* const arguments[] = {"sh", "-c", command, nullptr};
+        // The type of arguments is older than const; nobody changes what they point to.
+        if (posix_spawn(&shell_, "/bin/sh", &actions, nullptr, const_cast<char* const*>(arguments),
+                        environ) != 0) {
+            shell_ = -1;
+        }
+        posix_spawn_file_actions_destroy(&actions);
+        close(ends[1]);
+        output_ = fdopen(ends[0], "r");
+        if (output_ == nullptr) {
+            close(ends[0]);
+        }
     }
+    ~Shell() {
+        if (output_ != nullptr) {
+            std::fclose(output_);
+        }
+        while (shell_ > 0 && waitpid(shell_, nullptr, 0) < 0 && errno == EINTR) {
+        }
+    }
+    Shell(const Shell&) = delete;
+    Shell& operator=(const Shell&) = delete;
+
+    // The next line that it says; false at the end.
+    bool Read(char* line, int room) {
+        return output_ != nullptr && std::fgets(line, room, output_) != nullptr;
+    }
+
+private:
+    pid_t shell_ = -1;
+    std::FILE* output_ = nullptr;
+};
+
+std::string DialogCommand(const std::vector<std::wstring>& names) {
     std::string command =
-        "command -v zenity >/dev/null || exit 127; exec zenity --list --title=" + Quoted(kTitle) +
+        "command -v zenity >/dev/null || exit; zenity --list --title=" + Quoted(kTitle) +
         " --text= --column=# --column=Debugger --hide-column=1 --print-column=1 --width=320 "
         "--height=" +
         std::to_string(kMarginHeight + kRowHeight * names.size());
     for (std::size_t i = 0; i < names.size(); ++i) {
         command += " " + std::to_string(i) + " " + Quoted(ToUtf8(names[i]));
     }
-    command += " 2>/dev/null";
-    std::FILE* const answer = popen(command.c_str(), "re");
-    if (answer == nullptr) {
+    // Not by the shell's own status, which a host may take that waits for any child.
+    return command + " 2>&1; echo =$?";
+}
+
+// Asks by the dialog program of the desktop; nothing when there is no such program or it shows
+// nothing, the choice or kNothing when the user was asked.
+std::optional<unsigned> AskOnDisplay(const std::vector<std::wstring>& names) {
+    if (!HasValue("DISPLAY") && !HasValue("WAYLAND_DISPLAY")) {
         return std::nullopt;
     }
-    char line[64] = {};
-    const bool answered = std::fgets(line, sizeof(line), answer) != nullptr;
-    const int status = pclose(answer);
-    if (WIFEXITED(status) && WEXITSTATUS(status) == 127) {
-        return std::nullopt;
+    Shell shell(DialogCommand(names).c_str());
+    unsigned choice = kNothing;
+    bool shown = true;
+    for (char line[512]; shell.Read(line, sizeof(line));) {
+        const std::string_view text(line);
+        if (text == "=0\n" || (shown && text == "=1\n")) {
+            return choice;  // 1 is a dismissal
+        }
+        // A display that is no more ends it with 1, too.
+        shown = shown && text.find("open display") == std::string_view::npos;
+        if (const unsigned number = ChoiceIn(line, names.size()); number != kNothing) {
+            choice = number;
+        }
     }
-    return answered ? ChoiceIn(line, names.size()) : kNothing;
+    return std::nullopt;
 }
 
 unsigned AskOnTerminal(const std::vector<std::wstring>& names) {
