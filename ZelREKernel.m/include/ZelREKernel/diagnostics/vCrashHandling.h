@@ -49,8 +49,9 @@ ZELREKERNEL_EXPORT void SetCustomExceptionFilter(unsigned int code, unsigned int
 // "MiniDump-%d-%m%Y_%Hh%M.dmp" by local time (strftime), in the root of drive E: on Windows, in the
 // directory that the environment variable "ZelCrashDumpDirectory" names or else the working
 // directory on Linux; the text has ".txt" in place of ".dmp". Where one of the two cannot be made
-// there is the other alone, or nothing. All other threads stand still meanwhile. Waits for the end of another thread's dump or
-// crash report, and of the handlers that this is passed on to for 5 s at most.
+// there is the other alone, or nothing. All other threads stand still meanwhile. Waits for the end
+// of another thread's dump or crash report, and of the handlers that this is passed on to for 5 s
+// at most.
 ZELREKERNEL_EXPORT void CreateMiniDump();
 
 // Starts a debugger on this process and waits until it is attached. Windows: the just-in-time
