@@ -140,19 +140,25 @@ int GoBetween(void* argument) {
     return 0;
 }
 
+// wait4() without the C library: the error number's negative comes back.
+[[gnu::no_sanitize("thread")]] long AwaitEnd(pid_t child) {
+    register long options __asm__("rdx") = __WALL;
+    register long usage __asm__("r10") = 0;
+    long result = 0;
+    __asm__ volatile("syscall"
+                     : "=a"(result)
+                     : "a"(SYS_wait4), "D"(child), "S"(0), "r"(options), "r"(usage)
+                     : "rcx", "r11", "memory");
+    return result;
+}
+
 // Makes the go-between process and waits for its end; negative when it cannot be made. Until then
 // nothing of the C library's or a sanitizer's runs on this thread, for the go-between uses what
 // they keep for it. (Not by CLONE_VFORK: a thread suspended so does not stop with its process.)
 [[gnu::noinline, gnu::no_sanitize("thread")]] pid_t MakeAndAwait(char* stackTop, Errand* errand) {
     // No signal at its end, so that nobody who waits for any child finds it.
     const pid_t goBetween = __clone(&GoBetween, stackTop, CLONE_VM, errand);
-    for (long ended = -EINTR; goBetween > 0 && ended == -EINTR;) {
-        register long options __asm__("rdx") = __WALL;
-        register long usage __asm__("r10") = 0;
-        __asm__ volatile("syscall"
-                         : "=a"(ended)
-                         : "a"(SYS_wait4), "D"(goBetween), "S"(0), "r"(options), "r"(usage)
-                         : "rcx", "r11", "memory");
+    while (goBetween > 0 && AwaitEnd(goBetween) == -EINTR) {
     }
     return goBetween;
 }

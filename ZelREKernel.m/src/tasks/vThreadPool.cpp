@@ -28,7 +28,7 @@ constexpr int kMaximumJobs = std::numeric_limits<int>::max();
 TP::vTask::vTask(RudSysJob* job) : vRefPtrObject(true), job_(job) {}
 
 TP::vTask::~vTask() {
-    if (job_ && !hasRun_) {
+    if (job_ && !hasRun_.load(std::memory_order_relaxed)) {
         job_->ReleaseReferenceJob();
     }
 }
@@ -37,7 +37,8 @@ void TP::vTask::Run() {
     if (!job_) {
         return;
     }
-    hasRun_ = true;
+    // Relaxed: the last reference to the task orders it before the destructor's look.
+    hasRun_.store(true, std::memory_order_relaxed);
     job_->CallExecute();
     if (MekEvent* const waiting = job_->GetWaitingEvent()) {
         waiting->Signal(0);
