@@ -30,6 +30,16 @@ struct Thread {
     HANDLE left = nullptr;  // signalled when the thread's work is done
 };
 
+// Null without memory.
+std::unique_ptr<Start> MakeStart(const ThreadSettings& settings, void (*entry)(void*),
+                                 void* argument) {
+    try {
+        return std::unique_ptr<Start>(new Start{ToWide(settings.name), entry, argument});
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
 Thread* ThreadOf(std::uintptr_t handle) {
     return reinterpret_cast<Thread*>(handle);
 }
@@ -136,7 +146,7 @@ std::int32_t StartThread(const ThreadSettings& settings, void (*entry)(void*), v
     if (settings.stackBytes > std::numeric_limits<unsigned>::max()) {
         return kMekOutOfMemory;
     }
-    std::unique_ptr<Start> start(new (std::nothrow) Start{ToWide(settings.name), entry, argument});
+    std::unique_ptr<Start> start = MakeStart(settings, entry, argument);
     std::unique_ptr<Thread> made(new (std::nothrow) Thread);
     if (!start || !made) {
         return kMekOutOfMemory;

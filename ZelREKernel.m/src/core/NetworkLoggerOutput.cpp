@@ -8,7 +8,6 @@ NetworkLoggerOutput::NetworkLoggerOutput() : server_(new LogSocketServer) {
 
 NetworkLoggerOutput::~NetworkLoggerOutput() {
     server_->Send("--KILL_SOCKET--");
-    delete server_;
 }
 
 void NetworkLoggerOutput::WriteText(std::string_view text) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <string_view>
 
 #include "core/LogSocketServer.h"
@@ -7,8 +8,8 @@
 
 namespace ZKL {
 
-// Sends the text to a viewer on the log's TCP port. A second one in a process, or a port that
-// somebody else has, leaves it silent.
+// Sends the text to a viewer on the log's TCP port. While somebody else has the port, be it another
+// one in this process, it is silent.
 class NetworkLoggerOutput final : public TextLoggerOutput {
 public:
     // Throws std::bad_alloc or std::system_error.
@@ -19,7 +20,7 @@ private:
 
     void WriteText(std::string_view text) override;
 
-    LogSocketServer* server_;
+    const std::unique_ptr<LogSocketServer> server_;
 };
 
 }  // namespace ZKL
