@@ -91,6 +91,7 @@ TEST(MekSocketConnector, ListensWhereTheEnvironmentSays) {
     for (const auto& [address, declared, connected] : kCases) {
         MekPutEnv((std::string("ZelLogListenAddress=") + address).c_str());
         MekSocketConnector listener(0, 1, 2);
+        MekPutEnv("ZelLogListenAddress=too late");
         EXPECT_EQ(listener.Declare(), declared) << address;
         MekSockets* client = nullptr;  // port 0 where nothing was declared
         EXPECT_EQ(MekSockets::Connect("127.0.0.1", listener.GetPort(), -1, &client), connected);

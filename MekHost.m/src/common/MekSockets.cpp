@@ -15,6 +15,13 @@ constexpr int kStreamType = 1;
 constexpr int kIPv4Family = 2;
 constexpr int kHighestPort = 65535;
 
+// What is heard here is nobody else's business unless the host says so.
+std::string ReadListenAddress() {
+    std::string address;
+    MekGetEnv("ZelLogListenAddress", &address);
+    return address.empty() ? "127.0.0.1" : address;
+}
+
 }  // namespace
 
 struct MekSockets::Native {
@@ -27,6 +34,7 @@ struct MekSocketConnector::Native {
     int port = 0;
     int type = 0;
     int family = 0;
+    std::string address;
     mek::SocketHandle handle = mek::kNoSocket;
     std::atomic<bool> isClosed{false};
 };
@@ -138,11 +146,10 @@ void MekSockets::Close() {
     }
 }
 
-MekSocketConnector::MekSocketConnector(int port, int type, int family) : native_(new Native) {
-    native_->port = port;
-    native_->type = type;
-    native_->family = family;
-}
+// The address is read here, on the caller's thread: a listener's own would read the environment
+// while the host may be changing it.
+MekSocketConnector::MekSocketConnector(int port, int type, int family)
+    : native_(new Native{port, type, family, ReadListenAddress()}) {}
 
 MekSocketConnector::~MekSocketConnector() {
     if (native_->handle != mek::kNoSocket) {
@@ -156,11 +163,7 @@ std::int32_t MekSocketConnector::Declare() {
         native_->type != kStreamType || native_->family != kIPv4Family) {
         return kMekInvalidParameter;
     }
-    // What is heard here is nobody else's business unless the host says so.
-    std::string address;
-    MekGetEnv("ZelLogListenAddress", &address);
-    return mek::OpenListener(address.empty() ? "127.0.0.1" : address.c_str(), &native_->port,
-                             &native_->handle);
+    return mek::OpenListener(native_->address.c_str(), &native_->port, &native_->handle);
 }
 
 std::int32_t MekSocketConnector::Select(int timeoutMs) {

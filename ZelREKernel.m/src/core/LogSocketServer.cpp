@@ -1,9 +1,7 @@
 #include "core/LogSocketServer.h"
 
-#include <chrono>
 #include <mutex>
 #include <new>
-#include <thread>
 
 #include "MekHost/MekStatus.h"
 #include "base/LibraryEnd.h"
@@ -14,29 +12,31 @@ namespace {
 constexpr int kByteStream = 1;
 constexpr int kIPv4 = 2;
 constexpr int kSelectTimeoutMs = 1000;
-// Between two tries to accept while the system has no descriptors left, or to get the port.
-constexpr std::chrono::milliseconds kPause(20);
+// Between two tries to accept while the system has no descriptors left, and to get the port.
+constexpr int kAcceptPauseMs = 20;
+constexpr int kPortPauseMs = 250;
 
 }  // namespace
 
 LogSocketServer::LogSocketServer()
-    : MekThreads("Zelo:LogSocket", nullptr, -1, 0, 0), name_(u"Zelo:LogSocket") {}
+    : MekThreads("Zelo:LogSocket", nullptr, -1, 0, 0),
+      name_(u"Zelo:LogSocket"),
+      connector_(kPort, kByteStream, kIPv4),
+      end_(CreateMekEvent(0)) {}
 
 LogSocketServer::~LogSocketServer() {
     running_.store(0);
+    end_->Signal(0);
     {
         const std::unique_lock lock = Lock();
         if (!lock) {
             return;
         }
-        if (connector_) {
-            connector_->Close();  // wakes the thread, which uses it until it ends
-        }
+        connector_.Close();  // wakes the thread, which uses it until it ends
         DropClient();
     }
     Join();
     DropClient();  // one that was accepted meanwhile
-    delete connector_;
 }
 
 void LogSocketServer::Send(std::string_view text) {
@@ -60,17 +60,17 @@ std::int32_t LogSocketServer::Run() {
     // written.
     std::int32_t status = Listen();
     while (status == kMekAddressInUse) {
-        std::this_thread::sleep_for(kPause);
+        WaitForSingleEvent(end_.get(), kPortPauseMs);
         status = Listen();
     }
     if (status != kMekOk) {
         return status;
     }
     while (running_.load()) {
-        connector_->Select(kSelectTimeoutMs);
+        connector_.Select(kSelectTimeoutMs);
         status = AcceptViewer();
         if (status != kMekOk && status != kMekTimeout && running_.load()) {
-            std::this_thread::sleep_for(kPause);
+            WaitForSingleEvent(end_.get(), kAcceptPauseMs);
         }
     }
     return kMekOk;
@@ -82,10 +82,7 @@ std::int32_t LogSocketServer::Listen() {
         return kMekFailed;
     }
     try {
-        if (!connector_) {
-            connector_ = new MekSocketConnector(kPort, kByteStream, kIPv4);
-        }
-        return connector_->Declare();
+        return connector_.Declare();
     } catch (const std::bad_alloc&) {
         return kMekOutOfMemory;
     }
@@ -94,7 +91,7 @@ std::int32_t LogSocketServer::Listen() {
 std::int32_t LogSocketServer::AcceptViewer() {
     MekSockets* client = nullptr;
     try {
-        if (const std::int32_t status = connector_->Accept(&client); status != kMekOk) {
+        if (const std::int32_t status = connector_.Accept(&client); status != kMekOk) {
             return status;
         }
     } catch (const std::bad_alloc&) {

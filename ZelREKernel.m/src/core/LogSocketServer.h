@@ -10,10 +10,12 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
 
+#include "MekHost/system/MekEvent.h"
 #include "MekHost/system/MekMutex.h"
 #include "MekHost/system/MekSockets.h"
 #include "MekHost/system/MekThreads.h"
@@ -51,9 +53,10 @@ private:
     MekMutex mutex_;
     std::atomic<std::int32_t> running_{1};
     std::int32_t sendFailures_ = 0;
-    MekSocketConnector* connector_ = nullptr;
+    MekSocketConnector connector_;
     MekSockets* client_ = nullptr;
-    std::string unsent_;  // the rest of a text that a time-out cut off
+    const std::unique_ptr<MekEvent> end_;  // signalled when the destructor runs
+    std::string unsent_;                   // the rest of a text that a time-out cut off
 };
 
 }  // namespace ZKL

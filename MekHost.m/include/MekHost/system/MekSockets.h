@@ -50,17 +50,18 @@ private:
 // A listening socket.
 class MEKHOST_EXPORT MekSocketConnector {
 public:
-    // Describes a listener on `port` (0: any free one). `type` is 1 for a byte stream, the only one
-    // there is; `family` is 2 for IPv4, the only one there is. Nothing is opened yet.
+    // Describes a listener on `port` (0: any free one) of the loopback address, or of the IPv4
+    // address that the environment variable "ZelLogListenAddress" has now ("0.0.0.0" for all of
+    // this machine). `type` is 1 for a byte stream, the only one there is; `family` is 2 for IPv4,
+    // the only one there is. Nothing is opened yet. Throws std::bad_alloc.
     MekSocketConnector(int port, int type, int family);
     ~MekSocketConnector();
     MekSocketConnector(const MekSocketConnector&) = delete;
     MekSocketConnector& operator=(const MekSocketConnector&) = delete;
 
-    // Binds and listens, on the loopback address unless the environment variable
-    // "ZelLogListenAddress" names another IPv4 address of this machine ("0.0.0.0" for all). Returns
-    // kMekOk, kMekAddressInUse, kMekInvalidParameter (a port, type or family out of range, an
-    // address that cannot be read, a second call), kMekOutOfMemory or kMekFailed.
+    // Binds and listens. Returns kMekOk, kMekAddressInUse, kMekInvalidParameter (a port, type or
+    // family out of range, an address that cannot be read, a second call), kMekOutOfMemory or
+    // kMekFailed.
     std::int32_t Declare();
     // Waits at most `timeoutMs` milliseconds (-1: for ever) for a client. Returns kMekOk when
     // Accept will find one, kMekTimeout, kMekInvalidParameter, or kMekInvalidHandle before Declare.
