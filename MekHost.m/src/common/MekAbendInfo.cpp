@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "MekHost/MekStatus.h"
+#include "common/NativeThread.h"
 #include "common/RawWrite.h"
 
 namespace {
@@ -122,6 +123,10 @@ MekAbendInfo::MekAbendInfo(unsigned sizeClass) : section_(new Section) {
 }
 
 MekAbendInfo::~MekAbendInfo() {
+    // A thread that was ended inside the list would be waited for in vain: the section stays.
+    if (mek::AreThreadsGone()) {
+        return;
+    }
     {
         const std::lock_guard guard(Section::s_listMutex);
         section_->LeaveReport();

@@ -24,4 +24,8 @@ void DetachThread(std::uintptr_t handle);
 // A mark that tells the living threads apart.
 const void* ThisThread();
 
+// Whether the process ends and the system has ended all other threads already, wherever they were:
+// nobody will let go of what they held.
+bool AreThreadsGone();
+
 }  // namespace mek

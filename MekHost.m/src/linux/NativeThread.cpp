@@ -127,4 +127,8 @@ const void* ThisThread() {
     return &t_mark;
 }
 
+bool AreThreadsGone() {
+    return false;
+}
+
 }  // namespace mek

@@ -78,6 +78,18 @@ const CRITICAL_SECTION* FindLoaderLock() {
 
 const CRITICAL_SECTION* const s_loaderLock = FindLoaderLock();
 
+// Fetched, since the loader's import library would offer its C functions as well, which are lesser
+// ones.
+using IsShuttingDown = BOOLEAN(NTAPI*)();
+
+IsShuttingDown FindIsShuttingDown() {
+    const FARPROC found =
+        GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "RtlDllShutdownInProgress");
+    return reinterpret_cast<IsShuttingDown>(reinterpret_cast<void*>(found));
+}
+
+const IsShuttingDown s_isShuttingDown = FindIsShuttingDown();
+
 // While a library is loaded or unloaded its thread holds the loader's lock, and meanwhile no thread
 // can begin or end. So a thread tells that its work is done, from here and not from the library
 // whose work it was, and holds this library until it ends; and who starts a thread waits until it
@@ -210,6 +222,10 @@ void DetachThread(std::uintptr_t handle) {
 
 const void* ThisThread() {
     return reinterpret_cast<const void*>(std::uintptr_t{GetCurrentThreadId()});
+}
+
+bool AreThreadsGone() {
+    return s_isShuttingDown();
 }
 
 }  // namespace mek
