@@ -28,15 +28,23 @@ LogSocketServer::~LogSocketServer() {
     running_.store(0);
     end_->Signal(0);
     {
-        const std::unique_lock lock = Lock();
-        if (!lock) {
-            return;
-        }
+        const std::lock_guard guard(mutex_);
         connector_.Close();  // wakes the thread, which uses it until it ends
         DropClient();
     }
     Join();
     DropClient();  // one that was accepted meanwhile
+}
+
+void LogSocketServer::End(std::unique_ptr<LogSocketServer> server) {
+    server->Send("--KILL_SOCKET--");
+    if (!AreThreadsGone()) {
+        return;
+    }
+    if (const std::unique_lock lock = server->Lock(); lock) {
+        server->DropClient();
+    }
+    static_cast<void>(server.release());
 }
 
 void LogSocketServer::Send(std::string_view text) {

@@ -33,6 +33,10 @@ public:
     LogSocketServer();
     // Frees the port, disconnects the viewer and waits for the thread.
     ~LogSocketServer() override;
+    // Tells the viewer that the log ends, and destroys the server. Where the system has ended the
+    // thread at the end of the process, the listener is left to the system, too: the thread may
+    // have it in hand.
+    static void End(std::unique_ptr<LogSocketServer> server);
 
     // Sends the text to the viewer, if there is one. A viewer is dropped when it has failed to take
     // a text more than kMaxSendFailures times; successes in between do not count in its favour.

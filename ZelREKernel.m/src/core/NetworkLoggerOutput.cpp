@@ -1,5 +1,7 @@
 #include "core/NetworkLoggerOutput.h"
 
+#include <utility>
+
 namespace ZKL {
 
 NetworkLoggerOutput::NetworkLoggerOutput() : server_(new LogSocketServer) {
@@ -7,7 +9,7 @@ NetworkLoggerOutput::NetworkLoggerOutput() : server_(new LogSocketServer) {
 }
 
 NetworkLoggerOutput::~NetworkLoggerOutput() {
-    server_->Send("--KILL_SOCKET--");
+    LogSocketServer::End(std::move(server_));
 }
 
 void NetworkLoggerOutput::WriteText(std::string_view text) {

@@ -20,7 +20,7 @@ private:
 
     void WriteText(std::string_view text) override;
 
-    const std::unique_ptr<LogSocketServer> server_;
+    std::unique_ptr<LogSocketServer> server_;
 };
 
 }  // namespace ZKL
