@@ -120,7 +120,10 @@ void vLogger::InternalLog(FLogLevel level, const char* format, std::va_list argu
     {
         const std::lock_guard guard(lock_);
         const std::string_view formatted(text, static_cast<std::size_t>(length));
-        if (AppendMessage(level, formatted, format, again) && (mode_ & eFlushEachMessage)) {
+        // Asked again: the channels of a process that ends are disabled under the lock, and gather
+        // no more text.
+        if (IsEnabled() && AppendMessage(level, formatted, format, again) &&
+            (mode_ & eFlushEachMessage)) {
             InternalFlushCurrentLog();
         }
     }

@@ -1,10 +1,12 @@
 #include "ZelREKernel/core/vLoggerManager.h"
 
 #include <algorithm>
-#include <cctype>
+#include <cstddef>
 #include <cstdio>
-#include <memory>
+#include <mutex>
+#include <new>
 #include <string>
+#include <utility>
 
 #include "MekHost/MekStatus.h"
 #include "MekHost/process/MekEnvironment.h"
@@ -15,6 +17,15 @@
 
 namespace ZKL {
 namespace {
+
+// The loggers are built in place and never destroyed: threads of the host may log until the process
+// is no more, and find their channel disabled then.
+struct alignas(PipeliningLogger) Place {
+    std::byte bytes[sizeof(PipeliningLogger)];
+};
+static_assert(sizeof(vLogger) <= sizeof(Place) && alignof(vLogger) <= alignof(Place));
+
+constinit Place s_places[kLogChannels] = {};
 
 // What one channel starts with; no output when `output` is null.
 struct Channel {
@@ -66,6 +77,29 @@ bool IsPipeliningWanted() {
 
 }  // namespace
 
+struct vLoggerManager::Channels {
+    // Disables the logger for good and takes all that it holds.
+    static void End(vLogger& logger) {
+        vLoggerOutput* output = nullptr;
+        {
+            // A logger that one of the threads held that the system ended is in no known state.
+            const std::unique_lock lock = AreThreadsGone()
+                                              ? std::unique_lock(logger.lock_, std::try_to_lock)
+                                              : std::unique_lock(logger.lock_);
+            if (!lock) {
+                return;
+            }
+            logger.EndLog();
+            output = std::exchange(logger.output_, nullptr);
+            std::string().swap(logger.outputName_);
+            std::string().swap(logger.buffer_);
+        }
+        if (output) {
+            output->Release();
+        }
+    }
+};
+
 // Other static objects of this library may log while they are built or destroyed.
 [[gnu::init_priority(102)]] vLoggerManager vLoggerManager::s_manager;
 
@@ -91,10 +125,11 @@ vLoggerManager::vLoggerManager() {
         const Channel& channel = channels[type];
         vLoggerOutput* const output =
             channel.output ? vLoggerOutput::Create(channel.output) : nullptr;
+        void* const place = &s_places[type];
         vLogger* const logger =
             type == ePipelining
-                ? new PipeliningLogger(output, channel.mode, channel.level, channel.async)
-                : new vLogger(output, channel.mode, channel.level, channel.async);
+                ? new (place) PipeliningLogger(output, channel.mode, channel.level, channel.async)
+                : new (place) vLogger(output, channel.mode, channel.level, channel.async);
         loggers_[type] = logger;
         logger->outputName_ = channel.output ? channel.output : "";
         logger->decorated_ = channel.decorated;
@@ -106,8 +141,8 @@ vLoggerManager::vLoggerManager() {
 vLoggerManager::~vLoggerManager() {
     // A host that never stopped the flusher would otherwise leave its thread in unloaded code.
     LogFlusher::Stop();
-    if (!IsEndingAmidWork()) {
-        std::for_each(loggers_.begin(), loggers_.end(), std::default_delete<vLogger>());
+    for (vLogger* const logger : loggers_) {
+        Channels::End(*logger);
     }
 }
 

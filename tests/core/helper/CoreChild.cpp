@@ -2,7 +2,9 @@
 //
 //     core-child settings             its exit code is the default channel's level, plus 8 when the
 //                                     pipelining channel is on
-//     core-child exit <file>          logs a line through the flusher and ends without stopping it
+//     core-child exit <file>          logs lines through the flusher and ends without stopping it
+//     core-child network <file>       logs to the viewer that writes <file> until it is heard, and
+//                                     ends with the log open
 //     core-child debugged <out> <err> logs with a debugger attached, standard streams into files
 
 #include <ZelREKernel/core/vLog.h>
@@ -12,6 +14,8 @@
 #include <string_view>
 
 #include "core/helper/CoreChild.h"
+#include "support/TempDir.h"
+#include "support/WaitUntil.h"
 
 namespace {
 
@@ -33,6 +37,15 @@ int ExitUnderway(const char* file) {
     return 0;
 }
 
+int ExitWithViewer(const char* file) {
+    Channel(ZKL::vLoggerManager::eRufx).SetOutput("network");
+    const bool isHeard = test::WaitUntil([file] {
+        ZKL::LogRufx(ZKL::vLogger::eInfo, "ping");
+        return !test::ReadText(file).empty();
+    });
+    return isHeard ? 0 : 1;
+}
+
 }  // namespace
 
 int main(int count, char** arguments) {
@@ -42,6 +55,9 @@ int main(int count, char** arguments) {
     }
     if (order == "exit" && count == 3) {
         return ExitUnderway(arguments[2]);
+    }
+    if (order == "network" && count == 3) {
+        return ExitWithViewer(arguments[2]);
     }
     if (order == "debugged" && count == 4) {
         return LogUnderDebugger(arguments[2], arguments[3]);

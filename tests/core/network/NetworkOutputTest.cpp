@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <string>
+#include <vector>
 
 #include "ZelREKernel/core/vLoggerOutput.h"
 #include "support/TempDir.h"
@@ -29,12 +30,18 @@ protected:
         ASSERT_EQ(probe.Declare(), kMekOk) << "port 4666 of this machine is in use";
     }
 
+    // Starts one of the helper programs and returns its exit code, 0 when it is not waited for.
+    static int Run(std::vector<const char*> arguments, bool waits) {
+        arguments.push_back(nullptr);
+        int result = 0;
+        int error = 0;
+        EXPECT_EQ(MekStartProcess(arguments[0], arguments.data(), waits, result, error), kMekOk)
+            << error;
+        return waits ? result : 0;
+    }
     // Starts a viewer process that copies what it receives into `file`.
     static void StartViewer(const std::string& file) {
-        const char* const arguments[] = {ZEL_TEST_BIN_DIR "/core-viewer", file.c_str(), nullptr};
-        int result = -1;
-        int error = -1;
-        ASSERT_EQ(MekStartProcess(arguments[0], arguments, false, result, error), kMekOk) << error;
+        Run({ZEL_TEST_BIN_DIR "/core-viewer", file.c_str()}, false);
     }
 
     // Writes a mark until the viewer has received it.
@@ -146,6 +153,14 @@ TEST_F(NetworkOutput, FinishesALineThatATimeOutCutAndDropsOthersWhole) {
     delete viewer;
     text.erase(0, text.find('.'));
     EXPECT_TRUE(text.starts_with(large + "last\n"));
+}
+
+TEST_F(NetworkOutput, EndsWithItsProcess) {
+    const std::string file = directory_.File("log");
+    StartViewer(file);
+    EXPECT_EQ(Run({ZEL_TEST_BIN_DIR "/core-child", "network", file.c_str()}, true), 0);
+    ASSERT_TRUE(test::WaitUntil([&] { return EndsWith(test::ReadText(file), "<end>"); }));
+    EXPECT_TRUE(EndsWith(test::ReadText(file), "ping\n--KILL_SOCKET--<end>"));
 }
 
 TEST_F(NetworkOutput, FreesThePortAndLeavesASecondOneSilent) {

@@ -42,6 +42,10 @@ extern "C" __attribute__((visibility("default"))) int UseThreads() {
     return done;
 }
 
+extern "C" __attribute__((visibility("default"))) void LogLine() {
+    ZKL::LogRufx(ZKL::vLogger::eInfo, "a line");
+}
+
 // Logs a line to `file` through the flusher, which is left to the unloading unless it is to stop.
 // Returns whether the kernel came up and down.
 extern "C" __attribute__((visibility("default"))) bool UseLog(const char* file, int round,

@@ -2,7 +2,8 @@
 
 // Owner of the process's seven log channels. The one instance is built when the library is loaded,
 // before any other static object of the library, and destroyed when it is unloaded; text still
-// queued for the background flusher is written then.
+// queued for the background flusher is written then. Threads may log on while the process ends:
+// from then on the channels are disabled and without an output.
 //
 // Every function may be called from any thread.
 
@@ -38,6 +39,7 @@ public:
 
 private:
     static constexpr std::size_t kChannels = 7;
+    struct Channels;
 
     vLoggerManager();
     ~vLoggerManager();
