@@ -8,6 +8,7 @@
 #include "MekHost/MekStatus.h"
 #include "MekHost/process/MekEnvironment.h"
 #include "common/NativeSocket.h"
+#include "common/NativeThread.h"
 
 namespace {
 
@@ -25,9 +26,12 @@ std::string ReadListenAddress() {
 }  // namespace
 
 struct MekSockets::Native {
+    bool IsOurs() const { return process == mek::ThisProcess(); }
+
     mek::SocketHandle handle = mek::kNoSocket;
     int sendTimeoutMs = -1;
     std::atomic<bool> isClosed{false};
+    const std::uint32_t process = mek::ThisProcess();
 };
 
 struct MekSocketConnector::Native {
@@ -37,6 +41,7 @@ struct MekSocketConnector::Native {
     std::string address;
     mek::SocketHandle handle = mek::kNoSocket;
     std::atomic<bool> isClosed{false};
+    const std::uint32_t process = mek::ThisProcess();
 };
 
 // Made before there is a connection: one without an object would stay open for ever.
@@ -70,7 +75,7 @@ MekSockets::~MekSockets() {
     // was sent last. A peer that never stops sending is not waited for.
     std::array<char, 4096> unread;
     std::size_t received = 0;
-    for (int round = 0; round < 256; ++round) {
+    for (int round = 0; round < 256 && native_->IsOurs(); ++round) {
         if (mek::ReceiveSome(native_->handle, unread.data(), unread.size(), &received) != kMekOk) {
             break;
         }
@@ -141,7 +146,7 @@ std::int32_t MekSockets::Receive(void* buffer, std::size_t bytes, int timeoutMs,
 }
 
 void MekSockets::Close() {
-    if (!native_->isClosed.exchange(true)) {
+    if (!native_->isClosed.exchange(true) && native_->IsOurs()) {
         mek::ShutDownSocket(native_->handle);
     }
 }
@@ -193,7 +198,8 @@ std::int32_t MekSocketConnector::Accept(MekSockets** client) {
 }
 
 void MekSocketConnector::Close() {
-    if (native_->handle != mek::kNoSocket && !native_->isClosed.exchange(true)) {
+    if (native_->handle != mek::kNoSocket && !native_->isClosed.exchange(true) &&
+        native_->process == mek::ThisProcess()) {
         mek::ShutDownSocket(native_->handle);
     }
 }

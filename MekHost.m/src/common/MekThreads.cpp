@@ -9,12 +9,14 @@
 
 struct MekThreads::Native {
     static void Main(void* self) noexcept;
+    bool IsThere() const;
     bool IsThisThread() const;
 
     mek::ThreadSettings settings;
     void* argument = nullptr;
     std::uintptr_t handle = 0;
-    bool isStarted = false;  // and not joined
+    bool isStarted = false;     // and not joined
+    std::uint32_t process = 0;  // that started it
     // The thread that is inside Main, or null. Relaxed: a thread looks only for its own mark.
     std::atomic<const void*> runner{nullptr};
     bool* isDeleted = nullptr;  // Main's, to be told by a deletion from inside Run()
@@ -37,8 +39,12 @@ void MekThreads::Native::Main(void* self) noexcept {
     }
 }
 
+bool MekThreads::Native::IsThere() const {
+    return isStarted && process == mek::ThisProcess();
+}
+
 bool MekThreads::Native::IsThisThread() const {
-    return runner.load(std::memory_order_relaxed) == mek::ThisThread();
+    return IsThere() && runner.load(std::memory_order_relaxed) == mek::ThisThread();
 }
 
 MekThreads::MekThreads(const char* name, void* argument, int processor, std::size_t stackBytes,
@@ -49,7 +55,7 @@ MekThreads::MekThreads(const char* name, void* argument, int processor, std::siz
 }
 
 MekThreads::~MekThreads() {
-    if (native_->isStarted) {
+    if (native_->IsThere()) {
         CheckFailure__("a MekThreads is destroyed before it was joined", __FILE__, __LINE__);
         if (native_->IsThisThread()) {
             mek::DetachThread(native_->handle);
@@ -62,11 +68,12 @@ MekThreads::~MekThreads() {
 }
 
 std::int32_t MekThreads::Start(int flags) {
-    if (native_->isStarted || flags != 0 || native_->settings.processor < -1) {
+    if (native_->IsThere() || flags != 0 || native_->settings.processor < -1) {
         return kMekInvalidParameter;
     }
     native_->exitCode = 0;
     native_->isStarted = true;  // before the thread can look
+    native_->process = mek::ThisProcess();
     const std::int32_t status =
         mek::StartThread(native_->settings, &Native::Main, this, &native_->handle);
     if (status != kMekOk) {
@@ -79,7 +86,7 @@ std::int32_t MekThreads::Join() {
     if (native_->IsThisThread()) {
         return kMekInvalidParameter;
     }
-    if (native_->isStarted) {
+    if (native_->IsThere()) {
         mek::JoinThread(native_->handle);
         native_->isStarted = false;
         native_->exitCode = native_->returned;
@@ -88,7 +95,7 @@ std::int32_t MekThreads::Join() {
 }
 
 bool MekThreads::IsJoinable() const {
-    return native_->isStarted;
+    return native_->IsThere();
 }
 
 std::int32_t MekThreads::GetExitCode() const {

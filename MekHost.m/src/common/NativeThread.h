@@ -1,6 +1,6 @@
 #pragma once
 
-// The operating system's threads, as far as MekThreads needs them.
+// The operating system's threads, as far as MekThreads needs them, and which process they are of.
 
 #include <cstddef>
 #include <cstdint>
@@ -20,6 +20,9 @@ std::int32_t StartThread(const ThreadSettings& settings, void (*entry)(void*), v
                          std::uintptr_t* handle);
 void JoinThread(std::uintptr_t handle);
 void DetachThread(std::uintptr_t handle);
+
+// A number that tells a process from those that fork() made of it, in which its threads are not.
+std::uint32_t ThisProcess();
 
 // A mark that tells the living threads apart.
 const void* ThisThread();

@@ -123,6 +123,10 @@ void DetachThread(std::uintptr_t handle) {
     pthread_detach(handle);
 }
 
+std::uint32_t ThisProcess() {
+    return static_cast<std::uint32_t>(getpid());
+}
+
 const void* ThisThread() {
     return &t_mark;
 }

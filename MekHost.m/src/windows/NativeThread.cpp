@@ -220,6 +220,10 @@ void DetachThread(std::uintptr_t handle) {
     Close(ThreadOf(handle));
 }
 
+std::uint32_t ThisProcess() {
+    return 0;  // processes are not made of others here
+}
+
 const void* ThisThread() {
     return reinterpret_cast<const void*>(std::uintptr_t{GetCurrentThreadId()});
 }

@@ -18,6 +18,7 @@ constexpr std::chrono::microseconds kRoomPoll(200);
 
 constinit vSlimLock LogFlusher::s_lock;
 constinit std::atomic<LogFlusher*> LogFlusher::s_flusher{nullptr};
+constinit LogFlusher* LogFlusher::s_parents = nullptr;
 
 LogFlusher::LogFlusher()
     : MekThreads("Zelo:LogFlusher", nullptr, -1, 0, 0), wake_(CreateMekEvent(0)) {}
@@ -67,6 +68,13 @@ void LogFlusher::WriteAtProcessEnd() {
     if (lock && flusher) {
         flusher->batch_.WriteAll();
         flusher->queue_.WriteAll();
+    }
+}
+
+void LogFlusher::LeaveToParent() noexcept {
+    std::construct_at(&s_lock);  // one of the parent's threads may hold it
+    if (LogFlusher* const flusher = s_flusher.exchange(nullptr, std::memory_order_relaxed)) {
+        s_parents = flusher;
     }
 }
 

@@ -30,6 +30,9 @@ public:
     // Has the thread write what is queued, drops what comes after, joins the thread and frees the
     // flusher, if there is one. Throws std::system_error when called on the flusher's thread.
     static void Stop();
+    // For a child that fork() made, where the thread is not: there is no flusher from now on, and
+    // what is queued is the parent's to write.
+    static void LeaveToParent() noexcept;
     // Queues the text; false when there is no flusher, so that the caller writes it. Throws
     // std::bad_alloc.
     static bool Queue(std::string_view text, vLoggerOutput& output);
@@ -43,6 +46,7 @@ private:
     // Outside the object: a thread that is about to queue may find that the flusher is just gone.
     static vSlimLock s_lock;
     static std::atomic<LogFlusher*> s_flusher;  // written under the lock
+    static LogFlusher* s_parents;               // kept, being in no known state
 
     bool stop_ = false;
     bool waiting_ = false;  // the thread sleeps until it is signalled

@@ -38,16 +38,23 @@ LogSocketServer::~LogSocketServer() {
 
 void LogSocketServer::End(std::unique_ptr<LogSocketServer> server) {
     server->Send("--KILL_SOCKET--");
-    if (!AreThreadsGone()) {
+    if (!AreThreadsGone() && server->IsJoinable()) {
         return;
     }
-    if (const std::unique_lock lock = server->Lock(); lock) {
+    // What a thread held that is no more is in no known state.
+    const std::unique_lock lock(server->mutex_, std::try_to_lock);
+    if (lock) {
         server->DropClient();
     }
-    static_cast<void>(server.release());
+    if (!lock || AreThreadsGone()) {
+        static_cast<void>(server.release());
+    }
 }
 
 void LogSocketServer::Send(std::string_view text) {
+    if (!IsJoinable()) {
+        return;
+    }
     const std::unique_lock lock = Lock();
     if (lock && client_ && !SendAll(text) && ++sendFailures_ > kMaxSendFailures) {
         DropClient();

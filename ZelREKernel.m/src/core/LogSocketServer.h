@@ -7,6 +7,9 @@
 // stall the threads that log. What a time-out cut off is kept and goes out before any later text,
 // and a text that finds it still in the way is dropped whole: the viewer misses lines but never
 // sees a torn one.
+//
+// In a child that fork() made there is no such thread, and the listener and the viewer stay the
+// parent's: nothing is sent, and only the child's descriptors go with the server.
 
 #include <atomic>
 #include <cstdint>

@@ -6,6 +6,7 @@
 #include <mutex>
 #include <new>
 #include <string_view>
+#include <utility>
 
 #include "MekHost/assertion/MekCheck.h"
 #include "core/FieldOrder.h"
@@ -84,9 +85,8 @@ void vLogger::SetOutput(const char* name) {
     std::string newName(name);
     const std::lock_guard guard(lock_);
     // First the old output goes, so that the new one may take over its file or port.
-    if (output_) {
-        output_->Release();
-        output_ = nullptr;
+    if (vLoggerOutput* const old = std::exchange(output_, nullptr)) {
+        old->Release();
     }
     outputName_.swap(newName);
     output_ = vLoggerOutput::Create(name);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdio>
+#include <memory>
 #include <mutex>
 #include <new>
 #include <string>
@@ -10,6 +11,7 @@
 
 #include "MekHost/MekStatus.h"
 #include "MekHost/process/MekEnvironment.h"
+#include "base/ForkedChild.h"
 #include "base/LibraryEnd.h"
 #include "core/LastLines.h"
 #include "core/LogFlusher.h"
@@ -78,6 +80,25 @@ bool IsPipeliningWanted() {
 }  // namespace
 
 struct vLoggerManager::Channels {
+    // For a child that fork() made. What one of the parent's threads was changing under the lock is
+    // in no known state, and nobody will let go of it: the memory is given up.
+    static void TakeOver(vLogger& logger) {
+        if (logger.lock_.try_lock()) {
+            logger.lock_.unlock();
+            return;
+        }
+        std::construct_at(&logger.lock_);
+        std::construct_at(&logger.buffer_);
+        if (!logger.output_) {  // it may be between two names
+            std::construct_at(&logger.outputName_);
+        }
+    }
+    static void TakeOverAll() {
+        LogFlusher::LeaveToParent();
+        for (vLogger* const logger : s_manager.loggers_) {
+            TakeOver(*logger);
+        }
+    }
     // Disables the logger for good and takes all that it holds.
     static void End(vLogger& logger) {
         vLoggerOutput* output = nullptr;
@@ -136,6 +157,7 @@ vLoggerManager::vLoggerManager() {
         logger->lastLines_ = &LastLinesOf(type);
         logger->enabled_.store(channel.enabled, std::memory_order_relaxed);
     }
+    CallInForkedChildren(&Channels::TakeOverAll);
 }
 
 vLoggerManager::~vLoggerManager() {

@@ -5,6 +5,9 @@
 // One thread at a time per object, except that Close() may be called while another thread is inside
 // Send, Receive, Select or Accept, which then return without delay. A send to a peer that is
 // gone is a status, never a signal.
+//
+// A child that fork() made has the objects of its parent, but the connections and listeners stay
+// the parent's: to close or delete one there gives the child's descriptor back, and wakes nobody.
 
 #include <cstddef>
 #include <cstdint>

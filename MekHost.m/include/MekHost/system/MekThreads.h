@@ -5,6 +5,9 @@
 // Start and Join are for the owning thread. A derived class joins before its own members die, at
 // the latest in its destructor: the base class can only report a thread that is still running to
 // the assertion sink and wait for it.
+//
+// In a child that fork() made, an object of the parent's stands for no thread: there is none to
+// join, and Start starts one.
 
 #include <cstddef>
 #include <cstdint>

@@ -6,6 +6,9 @@
 // A line costs its caller the formatting and a copy. Text queued beyond 64 MiB makes its caller
 // wait for the thread.
 //
+// A child that fork() made has no flusher, whether or not its parent has: its channels write
+// directly until Initialize starts one, and what was queued is the parent's to write.
+//
 // For the main thread; any thread may log meanwhile.
 
 #include "ZelREKernel/core/vLifeCycleModule.h"
