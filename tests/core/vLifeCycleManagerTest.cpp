@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <stdexcept>
 #include <string>
 
 #include "support/CaptureStream.h"
@@ -19,17 +20,25 @@ public:
     explicit Service(char name) : name_(name) {}
     bool Initialize() override {
         s_calls += {'+', name_, ' '};
-        return starts;
+        return Answer(starts);
     }
     bool Terminate() override {
         s_calls += {'-', name_, ' '};
-        return stops;
+        return Answer(stops);
     }
 
     bool starts = true;
     bool stops = true;
+    bool throws = false;  // instead of saying false
 
 private:
+    bool Answer(bool succeeds) const {
+        if (!succeeds && throws) {
+            throw std::runtime_error("no");
+        }
+        return succeeds;
+    }
+
     char name_;
 };
 
@@ -73,30 +82,38 @@ TEST_F(LifeCycleManager, StartsInOrderAndStopsInReverse) {
 }
 
 TEST_F(LifeCycleManager, NamesTheServiceThatFailsAndRetriesItAlone) {
-    b->starts = false;
-    test::CaptureStream out(1);
-    EXPECT_FALSE(manager.InitializeModules());
-    EXPECT_EQ(out.Text(), "[ERROR]\t : Error while initializing module beta\n");
-    EXPECT_EQ(TakeCalls(), "+a +b +c ");
-    EXPECT_TRUE(manager.TerminateModules());  // not up: nothing to do
-    EXPECT_EQ(TakeCalls(), "");
-    b->starts = true;
-    EXPECT_TRUE(manager.InitializeModules());
-    EXPECT_EQ(TakeCalls(), "+b ");
+    for (const bool throws : {false, true}) {
+        b->throws = throws;
+        b->starts = false;
+        test::CaptureStream out(1);
+        EXPECT_FALSE(manager.InitializeModules());
+        EXPECT_EQ(out.Text(), "[ERROR]\t : Error while initializing module beta\n");
+        EXPECT_EQ(TakeCalls(), "+a +b +c ");
+        EXPECT_TRUE(manager.TerminateModules());  // not up: nothing to do
+        EXPECT_EQ(TakeCalls(), "");
+        b->starts = true;
+        EXPECT_TRUE(manager.InitializeModules());
+        EXPECT_EQ(TakeCalls(), "+b ");
+        EXPECT_TRUE(manager.TerminateModules());
+        TakeCalls();
+    }
 }
 
 TEST_F(LifeCycleManager, StaysUpUntilAllHaveStopped) {
-    EXPECT_TRUE(manager.InitializeModules());
-    b->stops = false;
-    test::CaptureStream out(1);
-    TakeCalls();
-    EXPECT_FALSE(manager.TerminateModules());
-    EXPECT_TRUE(b->IsInitialized());
-    EXPECT_TRUE(manager.InitializeModules());  // counts as up
-    b->stops = true;
-    EXPECT_TRUE(manager.TerminateModules());
-    EXPECT_EQ(TakeCalls(), "-c -b -a -b ");
-    EXPECT_EQ(out.Text(), "");
+    for (const bool throws : {false, true}) {
+        EXPECT_TRUE(manager.InitializeModules());
+        b->throws = throws;
+        b->stops = false;
+        test::CaptureStream out(1);
+        TakeCalls();
+        EXPECT_FALSE(manager.TerminateModules());
+        EXPECT_TRUE(b->IsInitialized());
+        EXPECT_TRUE(manager.InitializeModules());  // counts as up
+        b->stops = true;
+        EXPECT_TRUE(manager.TerminateModules());
+        EXPECT_EQ(TakeCalls(), "-c -b -a -b ");
+        EXPECT_EQ(out.Text(), "");
+    }
 }
 
 TEST_F(LifeCycleManager, ServiceWithoutHooksNeverRunsAndIsFreedFromItsStart) {

@@ -20,8 +20,21 @@ struct vLifeCycleManager::Layout {
 };
 
 struct vLifeCycleModule::ManagerAccess {
-    static bool Initialize(vLifeCycleModule& module) { return module.InitializeModule(); }
-    static bool Terminate(vLifeCycleModule& module) { return module.TerminateModule(); }
+    // A service that throws has failed like one that says so: the others must not suffer for it.
+    static bool Initialize(vLifeCycleModule& module) noexcept {
+        try {
+            return module.InitializeModule();
+        } catch (...) {
+            return false;
+        }
+    }
+    static bool Terminate(vLifeCycleModule& module) noexcept {
+        try {
+            return module.TerminateModule();
+        } catch (...) {
+            return false;
+        }
+    }
     // The base need not lie at the start of the service, but its memory begins there. Only the base
     // is destroyed: what the service held, it gave back in Terminate.
     static void Free(vLifeCycleModule* module) {

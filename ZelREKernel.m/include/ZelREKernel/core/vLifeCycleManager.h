@@ -1,7 +1,8 @@
 #pragma once
 
 // Starts services in the order of their registration and stops them in the reverse order. One that
-// fails is named in the log and does not keep the others from starting.
+// fails is named in the log and does not keep the others from starting. One that throws has failed;
+// the exception goes no further.
 //
 // The manager owns its services, but only Finalize frees them: call TerminateModules, then
 // Finalize. A copy lists the same services, so only one of a manager and its copies may be

@@ -4,7 +4,8 @@
 //
 // A service overrides both Initialize and Terminate. It has no virtual destructor: a manager that
 // owns it frees its memory without running the derived destructor, so a service gives back in
-// Terminate what it took in Initialize and holds nothing else. Declare the class final.
+// Terminate what it took in Initialize and holds nothing else. Declare the class final. An
+// exception from either is a failure like false to the manager.
 //
 // For the main thread, at start-up and shut-down.
 
