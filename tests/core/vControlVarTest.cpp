@@ -1,5 +1,6 @@
 #include "ZelREKernel/core/vControlVar.h"
 
+#include <MekHost/process/MekStartProcess.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -64,6 +65,14 @@ TEST(vControlVar, NullPointersGoToTheSinkAndChangeNothing) {
     vControlVar::SetValue("null", true);
     vControlVar::SetCategoryValue(kDraw, false);
     EXPECT_EQ(checks.Expressions(), (std::vector<std::string>{"name", "address", "name"}));
+}
+
+TEST(vControlVar, StaticObjectsOfTheHostMaySetToTheirEnd) {
+    const char* const arguments[] = {ZEL_TEST_BIN_DIR "/core-child", "variables", nullptr};
+    int result = -1;
+    int error = -1;
+    EXPECT_EQ(MekStartProcess(arguments[0], arguments, true, result, error), 0) << error;
+    EXPECT_EQ(result, 0);
 }
 
 TEST(vControlVar, ThreadsRegisterAndSetBesideEachOther) {

@@ -48,11 +48,9 @@ struct Registry {
         variables;
 };
 
-// Made by the first call, so that the constructors of static objects may register.
-Registry& GetRegistry() {
-    static Registry s_registry;
-    return s_registry;
-}
+// Built with the library, so that the static objects of a host are younger and may use it to their
+// end, and that no call has to find the memory for it.
+[[gnu::init_priority(103)]] Registry s_registry;
 
 // A single store, so that a reader sees the old value or the new one. Relaxed: what else readers
 // may expect to see with it is their own affair.
@@ -67,10 +65,9 @@ void SetNamed(const char* name, vControlVar::EType type, T value) {
         Check_Pointer_Failed__("name", __FILE__, __LINE__);
         return;
     }
-    Registry& registry = GetRegistry();
-    const std::lock_guard guard(registry.mutex);
+    const std::lock_guard guard(s_registry.mutex);
     try {
-        for (const Entry& entry : registry.EntriesOf(name)) {
+        for (const Entry& entry : s_registry.EntriesOf(name)) {
             if (entry.type == type) {
                 Store(entry, value);
             }
@@ -87,9 +84,8 @@ void vControlVar::Register(const char* name, void* address, EType type, ECategor
         Check_Pointer_Failed__(name ? "address" : "name", __FILE__, __LINE__);
         return;
     }
-    Registry& registry = GetRegistry();
-    const std::lock_guard guard(registry.mutex);
-    registry.EntriesOf(name).push_back({address, type, category});
+    const std::lock_guard guard(s_registry.mutex);
+    s_registry.EntriesOf(name).push_back({address, type, category});
 }
 
 void vControlVar::SetValue(const char* name, unsigned int value) {
@@ -105,9 +101,8 @@ void vControlVar::SetValue(const char* name, bool value) {
 }
 
 void vControlVar::SetCategoryValue(ECategory category, bool value) {
-    Registry& registry = GetRegistry();
-    const std::lock_guard guard(registry.mutex);
-    for (const auto& [name, entries] : registry.variables) {
+    const std::lock_guard guard(s_registry.mutex);
+    for (const auto& [name, entries] : s_registry.variables) {
         for (const Entry& entry : entries) {
             if (entry.type == eBool && entry.category == category) {
                 Store(entry, value);

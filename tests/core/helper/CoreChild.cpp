@@ -5,12 +5,17 @@
 //     core-child exit <file>          logs lines through the flusher and ends without stopping it
 //     core-child network <file>       logs to the viewer that writes <file> until it is heard, and
 //                                     ends with the log open
+//     core-child variables            sets a control variable when its static objects are
+//     destroyed;
+//                                     0 when that reached the variable
 //     core-child debugged <out> <err> logs with a debugger attached, standard streams into files
 
+#include <ZelREKernel/core/vControlVar.h>
 #include <ZelREKernel/core/vLog.h>
 #include <ZelREKernel/core/vLoggerLifeCycle.h>
 #include <ZelREKernel/core/vLoggerManager.h>
 
+#include <cstdlib>
 #include <string_view>
 
 #include "core/helper/CoreChild.h"
@@ -18,6 +23,26 @@
 #include "support/WaitUntil.h"
 
 namespace {
+
+unsigned int s_variable = 0;
+
+// Made before anything else calls the register.
+struct Setter {
+    ~Setter() {
+        if (isUsed) {
+            ZKL::vControlVar::SetValue("variable", 5U);
+            std::_Exit(s_variable == 5 ? 0 : 1);
+        }
+    }
+    bool isUsed = false;
+};
+Setter s_setter;
+
+int SetAtTheEnd() {
+    s_setter.isUsed = true;
+    ZKL::vControlVar::Register("variable", &s_variable, ZKL::vControlVar::eUnsignedInt, {});
+    return 2;
+}
 
 ZKL::vLogger& Channel(ZKL::vLoggerManager::Type type) {
     return ZKL::vLoggerManager::GetInstance().GetLogger(type);
@@ -55,6 +80,9 @@ int main(int count, char** arguments) {
     }
     if (order == "exit" && count == 3) {
         return ExitUnderway(arguments[2]);
+    }
+    if (order == "variables") {
+        return SetAtTheEnd();
     }
     if (order == "network" && count == 3) {
         return ExitWithViewer(arguments[2]);

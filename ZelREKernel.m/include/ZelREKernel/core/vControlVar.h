@@ -8,8 +8,9 @@
 //     ZKL::vControlVar::Register("wireframe", &s_wireframe, ZKL::vControlVar::eBool, kDrawing);
 //     ZKL::vControlVar::SetValue("wireframe", true);
 //
-// Any thread may call anything; one lock guards the register, none the variables. A variable that
-// other threads read meanwhile is best a std::atomic of its type, which has the same address.
+// Any thread may call anything, the static objects of a host that is linked with the library to
+// their end; one lock guards the register, none the variables. A variable that other threads read
+// meanwhile is best a std::atomic of its type, which has the same address.
 
 #include <cstdint>
 
