@@ -81,7 +81,10 @@ TEST_F(vSmartPtrTest, DiesOnceWhateverEndsIt) {
                     ++calls;
                     object->Destroy();  // acts no second time
                     EXPECT_EQ(object->GetReferenceCount(), owned ? 2 : 1);
+                    EXPECT_EQ(object->GetWeakReferenceCount(), watched ? 2 : 1);
+                    EXPECT_EQ(strong.Get(), owned ? object : nullptr);
                     const vSmartPtr<Object> self(object);
+                    EXPECT_EQ(self.Get(), object);
                     EXPECT_EQ(weak.Lock(), nullptr);
                 };
                 if (deleted) {

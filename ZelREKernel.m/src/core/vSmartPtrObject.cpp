@@ -6,7 +6,7 @@
 
 // Who returns a link to the pool. Its weak word counts the weak pointers, one for all strong ones
 // together (taken by the step from 0 to 1 strong, given back after the step from 1 to 0), and
-// carries the bit of the object itself. Each of them leaves by one atomic step on that word, or
+// carries the bits of the object itself. Each of them leaves by one atomic step on that word, or
 // finds itself alone on it, so exactly one sees that nobody is left, and nobody touches the link
 // after that.
 
@@ -30,7 +30,7 @@ int vSmartPtrObject::GetReferenceCount() const {
 
 int vSmartPtrObject::GetWeakReferenceCount() const {
     return link_ != nullptr
-               ? static_cast<int>(link_->weak.load(std::memory_order_relaxed) & ~Link::kAttached)
+               ? static_cast<int>(link_->weak.load(std::memory_order_relaxed) & Link::kWeakCount)
                : 0;
 }
 
@@ -43,9 +43,11 @@ void vSmartPtrObject::Destroy() {
         _Destroy();
         return;
     }
-    // Before the reference below, so that nobody locks an object on its way out by means of it.
-    link->object.store(nullptr);
-    const bool counted = _AddStrong(link);
+    // Strong pointers find the object until _Destroy lets go of the link, weak ones no longer. The
+    // mark comes before the reference, whose release shows it to those who count beside it: nobody
+    // locks an object on its way out by means of it.
+    link->weak.fetch_or(Link::kDying, std::memory_order_relaxed);
+    const bool counted = _AddStrong(link, std::memory_order_release);
     _Destroy();
     if (counted) {
         _DropStrong(link);
@@ -86,7 +88,8 @@ void vSmartPtrObject::_Detach() noexcept {
         return;
     }
     link->object.store(nullptr, std::memory_order_release);
-    if (link->weak.fetch_and(~Link::kAttached, std::memory_order_acq_rel) == Link::kAttached) {
+    const std::uint32_t before = link->weak.fetch_and(Link::kWeakCount, std::memory_order_acq_rel);
+    if ((before & Link::kWeakCount) == 0) {
         _ReturnLink(link);
     }
 }

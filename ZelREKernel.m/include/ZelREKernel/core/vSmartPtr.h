@@ -1,7 +1,7 @@
 #pragma once
 
 // Strong and weak pointers to a vSmartPtrObject. Both are one word, the object's link: after
-// Destroy, strong pointers read null like weak ones.
+// Destroy, strong pointers read null like weak ones; while the object cleans up, they find it.
 //
 // T derives from vSmartPtrObject, not virtually. One pointer is used by one thread at a time;
 // different ones to the same object by any threads. Lock is safe against the last strong pointer

@@ -17,6 +17,10 @@ struct alignas(16) vSmartPtrLink {
     // lets go of the link. With it in the word of the count, one atomic step tells who was the
     // last.
     static constexpr std::uint32_t kAttached = 0x80000000;
+    // Beside it from the beginning of Destroy on: nobody locks the object any more. It goes with
+    // that bit.
+    static constexpr std::uint32_t kDying = 0x40000000;
+    static constexpr std::uint32_t kWeakCount = kDying - 1;
 
     std::atomic<vSmartPtrObject*> object;  // null once the object is gone
     std::atomic<std::uint32_t> strong;     // strong pointers, or kUnmanaged

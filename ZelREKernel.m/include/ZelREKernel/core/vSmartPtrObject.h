@@ -4,8 +4,8 @@
 // the object. It dies when the last strong pointer goes, or earlier by Destroy.
 //
 // Who holds a strong pointer may call any operation from any thread. Destroy deletes the object at
-// once, whatever strong pointers there are: they all read null from then on, and the caller sees to
-// it that no thread is inside the object.
+// once, whatever strong pointers there are: they find it during its clean-up and read null from
+// then on, and the caller sees to it that no thread is inside the object.
 
 #include "ZelREKernel/ZelREKernelExport.h"
 #include "ZelREKernel/core/vSmartPtrLink.h"
@@ -29,7 +29,7 @@ public:
     // Weak pointers, and one for all strong ones together.
     virtual int GetWeakReferenceCount() const;
     // Deletes the object through _Destroy; only the first call acts. From its first moment on weak
-    // pointers lock to nothing.
+    // pointers lock to nothing. Until it returns no other thread may drop the last strong pointer.
     virtual void Destroy();
 
     // Whether there is a strong pointer; another thread may change that at once. Always true for an
@@ -37,7 +37,8 @@ public:
     bool IsReferenced() const noexcept;
 
 protected:
-    // Lets go of the link and deletes the object. An override ends with this one.
+    // Lets go of the link, so that strong pointers read null, and deletes the object. An override
+    // ends with this one.
     virtual void _Destroy();
     // Exempts the object from counting, as for one on the stack or inside another: strong pointers
     // come and go without effect and must all be gone before it. Before the first pointer only.
@@ -50,11 +51,13 @@ private:
     friend class vWeakPtr;
 
     // All of these take a link in use, which the caller keeps alive by a count or by the object.
-    static inline bool _AddStrong(Link* link) noexcept;
+    static inline bool _AddStrong(Link* link,
+                                  std::memory_order order = std::memory_order_relaxed) noexcept;
     static inline void _CopyStrong(Link* link) noexcept;
     static inline void _DropStrong(Link* link);
     static inline void _AddWeak(Link* link) noexcept;
     static inline void _DropWeak(Link* link) noexcept;
+    static bool _IsWhole(const Link* link) noexcept;
     static bool _Lock(Link* link) noexcept;
     static void _DropLastStrong(Link* link);
     static void _ReturnLink(Link* link) noexcept;
@@ -67,12 +70,12 @@ private:
 static_assert(sizeof(vSmartPtrObject) == 24);
 
 // Takes a strong reference from the object itself, where the count may be 0. False for an object
-// that is not counted. Relaxed: whoever makes a pointer can reach the object already.
-inline bool vSmartPtrObject::_AddStrong(Link* link) noexcept {
+// that is not counted. Relaxed is enough to make a pointer: who does can reach the object already.
+inline bool vSmartPtrObject::_AddStrong(Link* link, std::memory_order order) noexcept {
     if (link->strong.load(std::memory_order_relaxed) == Link::kUnmanaged) {
         return false;
     }
-    if (link->strong.fetch_add(1, std::memory_order_relaxed) == 0) {
+    if (link->strong.fetch_add(1, order) == 0) {
         _AddWeak(link);
     }
     return true;
@@ -110,8 +113,15 @@ inline void vSmartPtrObject::_DropWeak(Link* link) noexcept {
     }
 }
 
+// Whether the object is there and not being destroyed.
+inline bool vSmartPtrObject::_IsWhole(const Link* link) noexcept {
+    return (link->weak.load(std::memory_order_acquire) & ~Link::kWeakCount) == Link::kAttached;
+}
+
 // Takes a strong reference where the caller holds a weak one. Never from 0: then the object has no
-// owner yet, or has lost the last one.
+// owner yet, or has lost the last one. Nor of an object that Destroy is ending; a reference that
+// was counted by then is given back, and never as the last one while the object is there, since
+// Destroy has its own.
 inline bool vSmartPtrObject::_Lock(Link* link) noexcept {
     std::uint32_t strong = link->strong.load(std::memory_order_relaxed);
     do {
@@ -119,13 +129,13 @@ inline bool vSmartPtrObject::_Lock(Link* link) noexcept {
             return false;
         }
         if (strong == Link::kUnmanaged) {
-            return link->object.load(std::memory_order_acquire) != nullptr;
+            return _IsWhole(link);
         }
         // Acquire pairs with the release of Destroy's own reference: who counts beside it sees that
-        // the object is gone.
+        // the object is on its way out, or gone.
     } while (!link->strong.compare_exchange_weak(strong, strong + 1, std::memory_order_acquire,
                                                  std::memory_order_relaxed));
-    if (link->object.load(std::memory_order_acquire) != nullptr) {
+    if (_IsWhole(link)) {
         return true;
     }
     _DropStrong(link);
