@@ -4,8 +4,8 @@
 // once, on request, or through the background flusher (vLoggerLifeCycle).
 //
 // Log, the switches, the level and SetOutput may be called from any thread. FlushCurrentLog takes
-// no lock: nobody may log to the same logger meanwhile. A message for which there is no memory is
-// dropped.
+// no lock: nobody may log to the same logger, flush it or call its SetOutput meanwhile. A message
+// for which there is no memory is dropped.
 
 #include <atomic>
 #include <cstdarg>
@@ -62,7 +62,8 @@ public:
     // Drops the output, then makes the one that `name` stands for (vLoggerOutput::Create). A null
     // name is reported as the caller's mistake and changes nothing.
     void SetOutput(const char* name);
-    // Hands the text gathered so far to the output; only in mode eFlushOnRequest.
+    // Hands the text gathered so far to the output; only in mode eFlushOnRequest. Beside no other
+    // thread's Log, flush or SetOutput of this logger.
     void FlushCurrentLog();
 
     // The switches as they are now. They stand alone, no other data is published with them: relaxed
