@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdlib>
 #include <ctime>
+#include <thread>
 
 namespace {
 
@@ -42,6 +43,16 @@ TEST(vRandom, SeedsOnceAndOnDemand) {
         found = first.DrawWithSeed(t) == seeded;
     }
     EXPECT_TRUE(found);
+}
+
+// Be the generator one for all or one for each.
+TEST(vRandom, GivesEachThreadOtherNumbers) {
+    Random random;
+    std::array<std::uint32_t, 8> drawn[2] = {};
+    for (auto& numbers : drawn) {
+        std::thread([&] { numbers = random.Draw(); }).join();
+    }
+    EXPECT_NE(drawn[0], drawn[1]);
 }
 
 }  // namespace

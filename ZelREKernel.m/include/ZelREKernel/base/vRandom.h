@@ -3,6 +3,9 @@
 // A thin process-wide source of pseudo-random numbers: the C library's generator, which every other
 // caller of rand() in the process shares. Good for scattering, not for statistics or secrets.
 //
+// On Windows the C library has a generator for each thread. Each is seeded once, by the first
+// vRandom that is made or asked there, and all give different numbers.
+//
 // As safe between threads as the C library's rand(): on the supported systems, entirely.
 
 #include <cstdint>
