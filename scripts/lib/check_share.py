@@ -15,8 +15,8 @@ def code_lines(paths):
 def main():
     tests = code_lines(path for path in tree.sources() if path.startswith("tests/"))
     code = code_lines(path for path in tree.sources() if not path.startswith(("tests/", "bench/")))
-    share = 100 * tests / code
-    print(f"tests {tests} lines, code {code} lines: {share:.0f} %")
+    share = round(100 * tests / code)
+    print(f"tests {tests} lines, code {code} lines: {share} %")
     tree.finish([] if LEAST <= share <= MOST else [f"outside {LEAST} to {MOST} %"])
 
 

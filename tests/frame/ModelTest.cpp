@@ -8,7 +8,6 @@
 
 #include "App.h"
 #include "JsonText.h"
-#include "Mesh.h"
 #include "frame/Glb.h"
 #include "support/TempDir.h"
 
@@ -111,29 +110,6 @@ TEST_F(Models, BrokenOnesGetOneLineAndExitCodeOne) {
     EXPECT_EQ(RunToFailure("/no/such/model.glb"), "frame: /no/such/model.glb: no such file\n");
     EXPECT_EQ(RunToFailure(folder_.string()),
               "frame: " + folder_.string() + ": not a regular file\n");
-}
-
-TEST_F(Models, OddButSoundOnesLoad) {
-    const struct {
-        std::string bytes;
-        std::size_t triangles;
-    } cases[] = {
-        {test::Glb(Square(), SquareBytes()), 2},
-        {test::Glb(Square("\"mode\":4", "\"mode\":5"), SquareBytes()), 4},
-        {test::Glb(Square("\"indices\":1,\"mode\":4", "\"mode\":6"), SquareBytes()), 2},
-        {Square("{\"byteLength\":54}]",
-                "{\"byteLength\":54,\"uri\":\"data:;base64,AAAAAAAAAAAAAAAAAACAPwAAAAAAAAAAAAAAAA"
-                "AAgD8AAAAAAACAPwAAgD8AAAAAAAECAgED\"}]"),
-         2},
-    };
-    for (const auto& each : cases) {
-        frame::Model model;
-        std::string error;
-        EXPECT_TRUE(frame::LoadModel(Write(each.bytes), model, error)) << error;
-        EXPECT_EQ(model.triangles.size(), each.triangles);
-        EXPECT_EQ(model.positions.at(1), glm::vec3(2, 0, 0));
-        EXPECT_TRUE(frame::Mesh::Build(model, error)) << error;
-    }
 }
 
 TEST(Texts, AreMadeFitForTheBuilder) {

@@ -21,7 +21,7 @@ constexpr int kPortPauseMs = 250;
 LogSocketServer::LogSocketServer()
     : MekThreads("Zelo:LogSocket", nullptr, -1, 0, 0),
       name_(u"Zelo:LogSocket"),
-      connector_(kPort, kByteStream, kIPv4),
+      connector_(std::make_unique<MekSocketConnector>(kPort, kByteStream, kIPv4)),
       end_(CreateMekEvent(0)) {}
 
 LogSocketServer::~LogSocketServer() {
@@ -29,7 +29,7 @@ LogSocketServer::~LogSocketServer() {
     end_->Signal(0);
     {
         const std::lock_guard guard(mutex_);
-        connector_.Close();  // wakes the thread, which uses it until it ends
+        connector_->Close();  // wakes the thread, which uses it until it ends
         DropClient();
     }
     Join();
@@ -82,7 +82,7 @@ std::int32_t LogSocketServer::Run() {
         return status;
     }
     while (running_.load()) {
-        connector_.Select(kSelectTimeoutMs);
+        connector_->Select(kSelectTimeoutMs);
         status = AcceptViewer();
         if (status != kMekOk && status != kMekTimeout && running_.load()) {
             WaitForSingleEvent(end_.get(), kAcceptPauseMs);
@@ -97,7 +97,7 @@ std::int32_t LogSocketServer::Listen() {
         return kMekFailed;
     }
     try {
-        return connector_.Declare();
+        return connector_->Declare();
     } catch (const std::bad_alloc&) {
         return kMekOutOfMemory;
     }
@@ -106,7 +106,7 @@ std::int32_t LogSocketServer::Listen() {
 std::int32_t LogSocketServer::AcceptViewer() {
     MekSockets* client = nullptr;
     try {
-        if (const std::int32_t status = connector_.Accept(&client); status != kMekOk) {
+        if (const std::int32_t status = connector_->Accept(&client); status != kMekOk) {
             return status;
         }
     } catch (const std::bad_alloc&) {

@@ -60,7 +60,7 @@ private:
     MekMutex mutex_;
     std::atomic<std::int32_t> running_{1};
     std::int32_t sendFailures_ = 0;
-    MekSocketConnector connector_;
+    const std::unique_ptr<MekSocketConnector> connector_;
     MekSockets* client_ = nullptr;
     const std::unique_ptr<MekEvent> end_;  // signalled when the destructor runs
     std::string unsent_;                   // the rest of a text that a time-out cut off
