@@ -41,7 +41,7 @@ struct MekSocketConnector::Native {
     std::string address;
     mek::SocketHandle handle = mek::kNoSocket;
     std::atomic<bool> isClosed{false};
-    const std::uint32_t process = mek::ThisProcess();
+    std::uint32_t process = 0;  // that opened it
 };
 
 // Made before there is a connection: one without an object would stay open for ever.
@@ -168,6 +168,7 @@ std::int32_t MekSocketConnector::Declare() {
         native_->type != kStreamType || native_->family != kIPv4Family) {
         return kMekInvalidParameter;
     }
+    native_->process = mek::ThisProcess();
     return mek::OpenListener(native_->address.c_str(), &native_->port, &native_->handle);
 }
 

@@ -102,6 +102,7 @@ struct vLoggerManager::Channels {
     // Disables the logger for good and takes all that it holds.
     static void End(vLogger& logger) {
         vLoggerOutput* output = nullptr;
+        logger.EndLog();  // first, so that a thread that logs without a pause lets go of the lock
         {
             // A logger that one of the threads held that the system ended is in no known state.
             const std::unique_lock lock = AreThreadsGone()
@@ -110,7 +111,6 @@ struct vLoggerManager::Channels {
             if (!lock) {
                 return;
             }
-            logger.EndLog();
             output = std::exchange(logger.output_, nullptr);
             std::string().swap(logger.outputName_);
             std::string().swap(logger.buffer_);
