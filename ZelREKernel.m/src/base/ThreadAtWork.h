@@ -4,7 +4,7 @@
 
 namespace ZKL {
 
-// Held by such a thread while it runs.
+// Held from before such a thread begins until it has ended.
 class ThreadAtWork {
 public:
     ThreadAtWork() noexcept;

@@ -25,7 +25,7 @@ namespace {
 struct alignas(PipeliningLogger) Place {
     std::byte bytes[sizeof(PipeliningLogger)];
 };
-static_assert(sizeof(vLogger) <= sizeof(Place) && alignof(vLogger) <= alignof(Place));
+static_assert(sizeof(vLogger) <= sizeof(Place));
 
 constinit Place s_places[kLogChannels] = {};
 

@@ -54,7 +54,6 @@ public:
 
 private:
     std::int32_t Run() override {
-        const ThreadAtWork atWork;
         vThreadUtils::SetThreadName("Thread Pool");
         pool_._DummyFct(index_);
         return 0;
@@ -62,6 +61,7 @@ private:
 
     vThreadPool& pool_;
     unsigned int index_;
+    ThreadAtWork atWork_;
 };
 
 vThreadPool::vThreadPool(unsigned int threadCount) : threadCount_(threadCount) {

@@ -4,6 +4,7 @@
 #include <MekHost/system/MekSignalStack.h>
 
 #include <algorithm>
+#include <memory>
 #include <mutex>
 #include <utility>
 
@@ -26,7 +27,9 @@ vWorkerPool::vWorkerPool(unsigned threadCount)
     }
     try {
         for (unsigned i = 0; i < threadCount; ++i) {
-            slots_[i].thread = std::thread([this, i] { RunLoop(slots_[i]); });
+            // Counted from now on: the process may end before the thread has begun.
+            slots_[i].thread = std::thread(
+                [this, i, atWork = std::make_unique<ThreadAtWork>()] { RunLoop(slots_[i]); });
         }
     } catch (...) {
         Stop();
@@ -154,7 +157,6 @@ void vWorkerPool::Slot::HandOver(vJobHandle&& job) noexcept {
 
 void vWorkerPool::RunLoop(Slot& slot) noexcept {
     const MekSignalStack stack;
-    const ThreadAtWork atWork;
     OwnSlot::Set(&slot);
     slot.holdsPosts = IsAlone();
     vPatience patience;

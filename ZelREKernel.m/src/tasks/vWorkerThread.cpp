@@ -4,6 +4,7 @@
 #include <MekHost/system/MekSignalStack.h>
 
 #include <exception>
+#include <memory>
 #include <system_error>
 #include <utility>
 
@@ -51,9 +52,9 @@ void vWorkerThread::RunSingle() {
     if (thread_.joinable()) {
         std::terminate();
     }
-    thread_ = std::thread([this] {
+    // Counted from now on: the process may end before the thread has begun.
+    thread_ = std::thread([this, atWork = std::make_unique<ThreadAtWork>()] {
         const MekSignalStack stack;
-        const ThreadAtWork atWork;
         RunLoop();
     });
     PostJob(vPooledTask::Create([name = name_] { vThreadUtils::SetThreadName(name.c_str()); }));
