@@ -14,7 +14,7 @@ std::size_t CountThreads() {
     entry.dwSize = sizeof entry;
     std::size_t count = 0;
     for (BOOL more = Thread32First(snapshot, &entry); more; more = Thread32Next(snapshot, &entry)) {
-        count += entry.th32OwnerProcessID == GetCurrentProcessId() ? 1 : 0;
+        count += entry.th32OwnerProcessID == GetCurrentProcessId() ? 1U : 0U;
     }
     CloseHandle(snapshot);
     return count;
