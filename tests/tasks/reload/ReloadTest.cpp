@@ -69,19 +69,16 @@ void (*s_log)() = nullptr;
 
 // As a thread of the host does that nobody stopped.
 TEST(Reload, WhoLogsWhileTheProcessEndsDoesNoHarm) {
-    const test::TempDir directory;
-    const std::string file = directory.File("log");
-    const auto end = [&file] {
+    const auto end = [] {
         // On Linux after the library's static objects, which come later.
         std::atexit([] { s_log(); });
         void* library = nullptr;
         LoadAndUse(library);
         s_log = Find<void()>(library, "LogLine");
-        Find<bool(const char*, int, bool)>(library, "UseLog")(file.c_str(), 1, true);
+        Find<bool(const char*, int, bool)>(library, "UseLog")("stderr", 1, true);
         std::exit(0);
     };
-    EXPECT_EXIT(end(), testing::ExitedWithCode(0), "");
-    EXPECT_TRUE(test::ReadText(file).starts_with("[INFO]\t : round 1\n"));
+    EXPECT_EXIT(end(), testing::ExitedWithCode(0), "round 1\n");
 }
 
 }  // namespace
